@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: Apache-2.0
+# What every target of this project has in common: the language, hidden symbols, warnings, sanitizers.
+
+set(ORU_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
+option(ORU_WARNINGS_AS_ERRORS "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
+
+function(oru_configure_target target)
+    target_compile_features(${target} PUBLIC cxx_std_20)
+    set_target_properties(${target} PROPERTIES
+        CXX_EXTENSIONS OFF
+        POSITION_INDEPENDENT_CODE ON
+        CXX_VISIBILITY_PRESET hidden
+        VISIBILITY_INLINES_HIDDEN ON)
+    # GCC 12 sees overlapping copies in its own std::string concatenation (GCC bug 105651): no -Wrestrict there.
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
+        -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align
+        $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+        $<$<BOOL:${ORU_WARNINGS_AS_ERRORS}>:-Werror>)
+    if(ORU_SANITIZE)
+        target_compile_options(${target} PRIVATE -fsanitize=${ORU_SANITIZE} -fno-sanitize-recover=all
+            -fno-omit-frame-pointer)
+        target_link_options(${target} PRIVATE -fsanitize=${ORU_SANITIZE})
+    endif()
+endfunction()
+
+# A shared library whose public headers stand in include_dir.
+function(oru_configure_library target include_dir)
+    oru_configure_target(${target})
+    target_include_directories(${target} PUBLIC
+        $<BUILD_INTERFACE:${include_dir}>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+    if(NOT ORU_SANITIZE)
+        target_link_options(${target} PRIVATE LINKER:--no-undefined)
+    endif()
+    install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(DIRECTORY ${include_dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+endfunction()
