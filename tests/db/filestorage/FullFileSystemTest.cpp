@@ -2,19 +2,14 @@
 // A list on a file system that takes no more, and one in a folder that takes no files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstring>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <optional>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include "authlist/db/filestorage/FileDbAccessor.h"
@@ -27,6 +22,7 @@
 #include "support/ListFile.h"
 #include "support/NamedCase.h"
 #include "support/OrdinaryRights.h"
+#include "support/SmallDisk.h"
 #include "support/TemporaryFolder.h"
 
 namespace oru::kadi::authlist::db::filestorage {
@@ -91,26 +87,6 @@ const std::string happyStory =
     "after a deletion, in memory: 119, stored: 20\n"
     "with room again: written\n";
 
-const std::string notMounted = "No file system can be mounted here: ";
-
-void orThrow(bool done, const char* what) {
-    if (!done) throw std::runtime_error(std::string(what) + ": " + std::strerror(errno));
-}
-
-// Gives this process, which has one thread, file systems of its own, and mounts a small one at folder.
-void mountSmallFileSystem(const std::string& folder, const std::string& options) {
-    const auto user = geteuid();
-    const auto group = getegid();
-    orThrow(unshare(user == 0 ? CLONE_NEWNS : CLONE_NEWNS | CLONE_NEWUSER) == 0, "unshare");
-    if (user != 0) {
-        writeFile("/proc/self/setgroups", "deny");
-        writeFile("/proc/self/uid_map", "0 " + std::to_string(user) + " 1");
-        writeFile("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-    }
-    orThrow(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0, "make mounts private");
-    orThrow(mount("tmpfs", folder.c_str(), "tmpfs", 0, options.c_str()) == 0, "mount tmpfs");
-}
-
 // Takes what is left of the file system's bytes, or of its files.
 void fillWithBytes(const std::string& folder) {
     std::ofstream filler(folder + "/filler", std::ios::binary);
@@ -126,9 +102,11 @@ void fillWithFiles(const std::string& folder) {
 }
 
 struct Limit : NamedCase {
-    std::string mountOptions;
+    std::string size;  // in bytes and, perhaps, in files
     void (*fill)(const std::string& folder);
 };
+
+const std::string notMounted = "No file system can be mounted here: ";
 
 class AListOnAFullFileSystem : public testing::TestWithParam<Limit> {};
 
@@ -136,12 +114,8 @@ TEST_P(AListOnAFullFileSystem, WorksInMemoryAndIsWrittenWhenThereIsRoomAgain) {
     const TemporaryFolder mountPoint;
     const std::string folder = mountPoint.path();
     const ForkedRun run = runForked([&folder](const Reporter& report) {
-        try {
-            mountSmallFileSystem(folder, GetParam().mountOptions);
-        } catch (const std::runtime_error& error) {
-            report(notMounted + error.what());
-            return;
-        }
+        const std::string obstacle = mountDiskOf(GetParam().size, folder);
+        if (!obstacle.empty()) return report(notMounted + obstacle);
         report(storyOf(
             folder, ENOSPC, [&folder] { GetParam().fill(folder); },
             [&folder] { std::filesystem::remove_all(folder + "/filler"); }));
@@ -152,8 +126,8 @@ TEST_P(AListOnAFullFileSystem, WorksInMemoryAndIsWrittenWhenThereIsRoomAgain) {
 }
 
 const Limit limits[] = {
-    {{"WithoutBytes"}, "size=128k,mode=0700", fillWithBytes},
-    {{"WithoutInodes"}, "size=1m,nr_inodes=16,mode=0700", fillWithFiles},
+    {{"WithoutBytes"}, "128k", fillWithBytes},
+    {{"WithoutInodes"}, "1m,nr_inodes=16", fillWithFiles},
 };
 
 INSTANTIATE_TEST_SUITE_P(FileStore, AListOnAFullFileSystem, testing::ValuesIn(limits), byName);
