@@ -34,6 +34,13 @@ bool endsLike(const std::string& file, std::string_view extension) {
 
 char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
+// Where columns are mixed up, the word that is no status may be a key; and the library names a type.
+std::string reasonFor(const std::exception& error) {
+    const std::string reason = reasonOf(error);
+    if (reason.find("was not found in N3oru") == std::string::npos) return reason;
+    return "the status is none of Accepted, Expired, Blocked, Invalid, ConcurrentTx and Operator";
+}
+
 void requireDate(const std::string& text, const std::string& place) {
     if (!text.empty() && !exactTimestamp(text))
         refuse(place, "the expiry date \"" + text + "\" is no time that a list can carry");
@@ -56,22 +63,34 @@ std::vector<Line> linesOf(const std::string& text) {
     return lines;
 }
 
-bool isReadable(std::string_view csv) {
+bool isSeparatorLine(std::string_view line) {
+    return line.size() == 5 && endsLike(std::string(line.substr(0, 4)), "sep=");
+}
+
+bool isReadable(const std::string& csv) {
     try {
-        deserializeRfidsFromCsv(std::string(csv));
+        deserializeRfidsFromCsv(csv);
         return true;
     } catch (const std::exception&) {
         return false;
     }
 }
 
-// The library reads line by line and stops at the first bad one: the shortest beginning that it refuses ends there.
+// The library says what is wrong but not where, so the lines are given to it one by one.
 std::size_t firstBadLine(const std::string& text) {
-    const std::vector<Line> lines = linesOf(text);
-    const auto bad = std::partition_point(lines.begin(), lines.end(), [&text](const Line& line) {
-        return isReadable({text.data(), static_cast<std::size_t>(line.text.data() + line.text.size() - text.data())});
-    });
-    return bad != lines.end() ? bad->number : lines.back().number;
+    std::string separatorLine;
+    bool isAtStart = true;
+    for (const Line& line : linesOf(text)) {
+        if (isAtStart && line.text.size() == 5) {
+            if (isSeparatorLine(line.text)) separatorLine = std::string(line.text) + '\n';
+            continue;
+        }
+        // Only before the first card these may be something else than a card.
+        const bool isMisplaced = !isAtStart && (line.text.size() == 5 || line.text.starts_with("id"));
+        if (isMisplaced || !isReadable(separatorLine + std::string(line.text))) return line.number;
+        if (!line.text.empty()) isAtStart = false;
+    }
+    return 1;
 }
 
 void requireNumber(std::string_view text, const char* field, std::uint32_t smallest, const std::string& place) {
@@ -89,10 +108,6 @@ void checkCsvCard(std::string_view line, char separator, const std::string& plac
     requireNumber(columns[0], "id", 0, place);
     if (columns[4] != "*") requireNumber(columns[4], "EVSE", 1, place);
     requireDate(std::string(columns[6]), place);
-}
-
-bool isSeparatorLine(std::string_view line) {
-    return line.size() == 5 && endsLike(std::string(line.substr(0, 4)), "sep=");
 }
 
 // Of a text that the library has read. A letter separates as its capital does.
@@ -116,7 +131,7 @@ ExchangedList readCsv(const std::string& text, const std::string& name) {
     try {
         list.cards = deserializeRfidsFromCsv(text);
     } catch (const std::exception& error) {
-        refuse(name + ": line " + std::to_string(firstBadLine(text)), error.what());
+        refuse(name + ": line " + std::to_string(firstBadLine(text)), reasonFor(error));
     }
     checkCsvCards(text, name);
     return list;
@@ -143,7 +158,7 @@ void checkJsonCard(const Deserializer& card, const std::string& place) {
     try {
         deserializeRfidsFromJson(alone);
     } catch (const std::exception& error) {
-        refuse(place, error.what());
+        refuse(place, reasonFor(error));
     }
     requireNumberOrNone(card, "evseId", 1, place);
     requireNumberOrNone(card, "recordLifetime", 0, place);
@@ -217,6 +232,7 @@ void requireStorable(const std::vector<RfidCard>& cards, unsigned capacity, cons
         const std::string place = name + ": record " + std::to_string(i + 1);
         const RfidCard& card = cards[i];
         if (card.tags.empty()) refuse(place, "has neither a key nor a hash");
+        if (card.tags.size() > ListStorage::largestTagCount) refuse(place, "has more than 65,535 tags");
         if (card.id > ListStorage::largestId) {
             refuse(place,
                    "the id " + std::to_string(*card.id) + " is beyond " + std::to_string(ListStorage::largestId));

@@ -20,16 +20,20 @@ int report(const Session& session, const std::string& line, ExitStatus status) {
     return static_cast<int>(status);
 }
 
+int finished(const Session& session, int status) {
+    std::cout.flush();
+    return std::cout ? status : report(session, "standard output cannot be written", ExitStatus::Storage);
+}
+
 // What SQLite's codes mean to somebody who stands before the controller.
 std::string withAdvice(const std::string& message) {
     if (message.find("database is locked") != std::string::npos) {
         return message + "; another program uses the list, try again";
     }
     if (message.find("readonly database") != std::string::npos)
-        return message + "; may you write the file and its folder?";
-    if (message.find("malformed") != std::string::npos || message.find("not a database") != std::string::npos) {
-        return message + "; \"check\" tells what is damaged";
-    }
+        return message + "; may you write the file and its folder? (with a write-ahead log reading needs that too)";
+    if (message.find("malformed") != std::string::npos) return message + "; \"check\" tells what is damaged";
+    if (message.find("disk is full") != std::string::npos) return message + "; nothing was changed, make room";
     if (message.find("was not found in N3oru") != std::string::npos) {
         return message.substr(0, message.find(" was not found")) +
                " is a status of a record, but does not exist; \"check\" tells of which record";
@@ -40,7 +44,7 @@ std::string withAdvice(const std::string& message) {
 // On a full disk the library cannot even undo; SQLite does, when the list is opened the next time.
 [[noreturn]] void endWithoutRoom() {
     constexpr const char* text =
-        "authlist: the change could not be written, and the list is as it was before it (is the disk full?)\n";
+        "authlist: the change could not be written (is the disk full?); the list is as it was before\n";
     const ssize_t ignored = ::write(STDERR_FILENO, text, std::strlen(text));
     _exit(ignored < 0 ? 1 : static_cast<int>(ExitStatus::Storage));
 }
@@ -81,14 +85,12 @@ void addCommands(CommandLine& line) {
 
 int runChosen(const CommandLine& line, const Session& session) {
     try {
-        const ExitStatus status = line.runChosen();
-        std::cout.flush();
-        if (!std::cout) return report(session, "standard output cannot be written", ExitStatus::Storage);
-        return static_cast<int>(status);
+        return finished(session, static_cast<int>(line.runChosen()));
     } catch (const ToolError& error) {
         return report(session, withAdvice(reasonOf(error)), error.status());
     } catch (const std::exception& error) {
-        return report(session, session.options.list + ": " + withAdvice(reasonOf(error)), ExitStatus::Storage);
+        const std::string& list = session.options.list;
+        return report(session, (list.empty() ? "" : list + ": ") + withAdvice(reasonOf(error)), ExitStatus::Storage);
     }
 }
 
@@ -107,7 +109,7 @@ int run(int argc, char** argv) {
     try {
         app.parse(wordsForParser(argc, argv));
     } catch (const CLI::Success& request) {
-        return app.exit(request);
+        return finished(session, app.exit(request));
     } catch (const CLI::ParseError& error) {
         return report(session, std::string(error.what()) + "; see authlist --help", ExitStatus::Usage);
     }

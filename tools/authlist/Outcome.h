@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
+#include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace oru::kadi::authlist::tool {
 
@@ -27,9 +30,13 @@ private:
     ExitStatus mStatus;
 };
 
-/// What an error says, without the line feed at the end that SQLite's errors have.
+/// What an error says in one line: without the script that a failed query quotes, and without the line feed that ends
+/// SQLite's errors.
 inline std::string reasonOf(const std::exception& error) {
     std::string reason = error.what();
+    constexpr std::string_view cause = "\nError: ";
+    const std::size_t begin = reason.find(cause);
+    if (begin != std::string::npos) reason.erase(0, begin + cause.size());
     while (!reason.empty() && reason.back() == '\n') reason.pop_back();
     return reason;
 }

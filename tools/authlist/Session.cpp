@@ -6,8 +6,10 @@
 #include <iostream>
 #include <utility>
 
+#include "Interruption.h"
 #include "Outcome.h"
 #include "output/DisplayText.h"
+#include "output/Progress.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
@@ -22,6 +24,10 @@ const std::string& required(const std::string& list) {
 Session::Session(std::ostream& out, std::ostream& err)
     : mOut(out), mErr(err), mOutTerminal(Terminal::of(STDOUT_FILENO)), mErrTerminal(Terminal::of(STDERR_FILENO)) {}
 
+void Session::say(const std::string& text) const { mOut << printable(text) << '\n'; }
+
+std::string Session::data(const std::string& text) const { return mOutTerminal.isTerminal ? printable(text) : text; }
+
 void Session::note(const std::string& text) const { mErr << "authlist: " << printable(text) << '\n'; }
 
 bool Session::confirm(const std::string& question) const {
@@ -34,8 +40,16 @@ bool Session::confirm(const std::string& question) const {
 
 std::unique_ptr<ListStorage> Session::list() const { return existingList(required(options.list), options.store); }
 
+std::unique_ptr<ListStorage> Session::listToChange() const {
+    auto storage = list();
+    storage->reserve();
+    return storage;
+}
+
 std::unique_ptr<ListStorage> Session::listOrNew() const {
-    return existingOrNewList(required(options.list), options.store);
+    auto storage = existingOrNewList(required(options.list), options.store);
+    storage->reserve();
+    return storage;
 }
 
 OpenedList::OpenedList(std::unique_ptr<ListStorage> storage, const Session& session)
@@ -45,19 +59,35 @@ OpenedList::OpenedList(std::unique_ptr<ListStorage> storage, const Session& sess
 
 OpenedList::~OpenedList() {
     mManager.reset();
-    try {
-        mStorage->keepOwner();
-    } catch (const std::exception& error) {
-        mSession.note(error.what());
-    }
+    mStorage->keepOwner();
 }
 
 void OpenedList::open() {
-    auto accessor = mStorage->open();
+    std::unique_ptr<IDbAccessor> accessor;
+    try {
+        accessor = mStorage->open();
+    } catch (const ToolError&) {
+        throw;
+    } catch (const std::exception& error) {
+        throw ToolError(ExitStatus::Storage, path() + ": " + reasonOf(error));
+    }
     mAccessor = accessor.get();
     AuthListConfiguration configuration;
     configuration.maxRecords = mStorage->capacity();
     mManager.emplace(std::move(accessor), std::move(configuration));
+}
+
+void OpenedList::changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                           const char* title) {
+    settle();  // what the manager has written must not come after what is written here
+    const Interruption interruption;
+    const std::size_t count = updated.size() + removed.size();
+    Progress progress(mSession.err(), mSession.errTerminal(), title, count);
+    mStorage->changeAll(updated, removed, [&](std::size_t done) {
+        Interruption::throwIfRequested();
+        if (count > 1) progress.advanceTo(done);
+    });
+    settle();
 }
 
 void OpenedList::settle() {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "KeyMask.h"
 #include "Options.h"
@@ -29,6 +30,12 @@ public:
     KeyMask keys() const { return KeyMask(options.showsKeys); }
     TimeText times() const { return TimeText(options.isLocalTime); }
 
+    /// A line on standard output.
+    void say(const std::string& text) const;
+
+    /// text of a data format, made harmless where it goes to a terminal.
+    std::string data(const std::string& text) const;
+
     /// A line on standard error.
     void note(const std::string& text) const;
 
@@ -37,6 +44,8 @@ public:
 
     /// The list of --list. Throws ToolError when it was not given, or is missing or of another kind.
     std::unique_ptr<ListStorage> list() const;
+    /// The same for a command that changes the list.
+    std::unique_ptr<ListStorage> listToChange() const;
     std::unique_ptr<ListStorage> listOrNew() const;
 
 private:
@@ -59,6 +68,9 @@ public:
     AuthListManager& manager() { return *mManager; }
     /// What the manager works on, for what a manager does not offer.
     const IDbAccessor& accessor() const { return *mAccessor; }
+
+    /// Replaces some cards and removes others by their ids, with progress; all of it or nothing.
+    void changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed, const char* title);
 
     /// Brings all changes to the file and opens it anew, so that the manager shows what is really stored: a write may
     /// fail without an error.

@@ -43,9 +43,9 @@ std::optional<std::int64_t> secondsOfUnit(char unit) {
         case 'h':
             return 3600;
         case 'd':
-            return 24 * 3600;
+            return std::int64_t{24} * 3600;
         case 'w':
-            return 7 * 24 * 3600;
+            return std::int64_t{7} * 24 * 3600;
         default:
             return std::nullopt;
     }

@@ -33,6 +33,9 @@ std::vector<RfidTag> tagsOf(const AddOptions& options, const Session& session) {
     for (const std::string& key : options.keys) append(tagOf(key));
     for (const std::string& hash : options.hashes) append({readHash(hash, "--hash"), std::nullopt, std::nullopt});
     if (card.tags.empty()) throw ToolError(ExitStatus::Usage, "which card? give a KEY or --hash HASH");
+    if (card.tags.size() > ListStorage::largestTagCount) {
+        throw ToolError(ExitStatus::Usage, "a card has at most 65,535 keys");
+    }
     return card.tags;
 }
 

@@ -3,6 +3,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "FieldText.h"
 #include "Numbers.h"
@@ -38,7 +39,7 @@ public:
     void take(const RfidCard& card) {
         ++mCount;
         const unsigned id = card.id.value_or(0);
-        if (!mIds.insert({id, mCount}).second) report(id, "another record has the same id");
+        if (!mIds.insert(id).second) report(id, "another record has the same id");
         if (statusName(card.status).starts_with("status "))
             report(id, "its " + statusName(card.status) + " does not exist");
         if (card.tags.empty()) report(id, "has neither a key nor a hash, so no card finds it");
@@ -72,7 +73,7 @@ private:
 
     KeyMask mKeys;
     std::size_t mCount = 0;
-    std::unordered_map<unsigned, std::size_t> mIds;
+    std::unordered_set<unsigned> mIds;
     std::unordered_map<std::string, unsigned> mHashes;
     std::vector<Finding> mFindings;
 };

@@ -4,6 +4,7 @@
 #include <memory>
 #include <ostream>
 #include <unordered_map>
+#include <utility>
 
 #include "CardDifference.h"
 #include "CardPrinter.h"
@@ -31,11 +32,10 @@ public:
     virtual bool isCsv() const { return false; }
 };
 
-/// A list, read page by page.
+/// A list in a database, read page by page.
 class ListSide : public Side {
 public:
-    ListSide(const std::string& path, const Session& session)
-        : mList(existingList(path, session.options.store), session) {}
+    ListSide(std::unique_ptr<ListStorage> storage, const Session& session) : mList(std::move(storage), session) {}
 
     void forEach(const std::function<void(const RfidCard&)>& visit) override {
         forEachCard(mList.manager(), {}, visit);
@@ -48,11 +48,11 @@ private:
     OpenedList mList;
 };
 
-/// An export, which has to be held in memory.
-class ExportSide : public Side {
+/// Cards in memory: an export, or a list that its store holds in memory anyway, and whose own lookup goes through all
+/// of it.
+class CardsSide : public Side {
 public:
-    ExportSide(const std::string& file, ExchangeDataType type)
-        : mCards(readExchangedList(readFile(file), type, file).cards), mIsCsv(type == ExchangeDataType::CSV) {
+    CardsSide(std::vector<RfidCard> cards, bool isCsv) : mCards(std::move(cards)), mIsCsv(isCsv) {
         for (std::size_t i = 0; i < mCards.size(); ++i) {
             for (const RfidTag& tag : mCards[i].tags) mIndex.emplace(tag.hash, i);
         }
@@ -74,8 +74,13 @@ private:
 };
 
 std::unique_ptr<Side> sideOf(const std::string& file, const Session& session) {
-    if (const auto type = formatFromName(file)) return std::make_unique<ExportSide>(file, *type);
-    return std::make_unique<ListSide>(file, session);
+    if (const auto type = formatFromName(file)) {
+        return std::make_unique<CardsSide>(readExchangedList(readFile(file), *type, file).cards,
+                                           *type == ExchangeDataType::CSV);
+    }
+    auto storage = existingList(file, session.options.store);
+    if (storage->store() == Store::Sqlite) return std::make_unique<ListSide>(std::move(storage), session);
+    return std::make_unique<CardsSide>(storage->open()->readAllRecords(), false);
 }
 
 struct Change {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <limits>
+#include <map>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
@@ -72,10 +74,9 @@ void backUp(const ListStorage& storage, const Session& session) {
 ExitStatus reportOnly(const ExchangedList& imported, const ImportOptions& options, const Session& session) {
     std::size_t tags = 0;
     for (const RfidCard& card : imported.cards) tags += card.tags.size();
-    session.out() << nameOfInput(options.file) << ": " << cardsText(imported.cards.size()) << " with "
-                  << withThousands(tags) << " tags"
-                  << (imported.version ? ", list version " + std::to_string(*imported.version) : "")
-                  << "; nothing was stored.\n";
+    session.say(nameOfInput(options.file) + ": " + cardsText(imported.cards.size()) + " with " + withThousands(tags) +
+                " tags" + (imported.version ? ", list version " + std::to_string(*imported.version) : "") +
+                "; nothing was stored.");
     return ExitStatus::Done;
 }
 
@@ -93,7 +94,7 @@ ExitStatus import(const Session& session, const ImportOptions& options) {
         options.isDryRun && session.options.list.empty() ? nullptr : session.listOrNew();
     ExchangedList imported;
     try {
-        imported = readExchangedList(readFile(options.file), type, nameOfInput(options.file));
+        imported = readExchangedList(readInput(options.file), type, nameOfInput(options.file));
         const unsigned capacity = storage ? storage->capacity() : std::numeric_limits<unsigned>::max();
         requireStorable(imported.cards, capacity, nameOfInput(options.file), session.keys());
         if (options.takesVersion && !imported.version) {
@@ -111,7 +112,7 @@ ExitStatus import(const Session& session, const ImportOptions& options) {
                         session.options.list + ": " + reasonOf(error) + (storage ? stateOf(*storage, session) : ""));
     }
     OpenedList list(session.list(), session);
-    session.out() << "Imported " << cardsText(list.manager().countRecords()) << " into " << list.path() << ".\n";
+    session.say("Imported " + cardsText(list.manager().countRecords()) + " into " + list.path() + ".");
     noteVersion(imported, options, list, session);
     return ExitStatus::Done;
 }
@@ -155,10 +156,10 @@ ExitStatus exportList(const Session& session, const ExportOptions& options) {
         session.out() << text << (text.ends_with('\n') ? "" : "\n");
     } else {
         requireOther(options.file, list.path());
-        replaceFile(options.file, text);
+        replaceFile(options.file, text, modeOf(list.path()));
     }
     if (type == ExchangeDataType::CSV) noteWhatCsvLeavesOut(cards, session);
-    if (!isToOutput) session.out() << "Exported " << cardsText(cards.size()) << " to " << options.file << ".\n";
+    if (!isToOutput) session.say("Exported " + cardsText(cards.size()) + " to " + options.file + ".");
     return ExitStatus::Done;
 }
 
@@ -176,10 +177,18 @@ ExitStatus copy(const Session& session, const CopyOptions& options) {
     }
     OpenedList list(session.list(), session);
     const auto cards = list.accessor().readAllRecords();
-    const auto target = existingOrNewList(options.file, options.store);
+    const auto target = newList(options.file, options.store);
     requireStorable(cards, target->capacity(), list.path(), session.keys());
-    replaceAll(*target, cards, list.manager().getVersion(), "Copying", session);
-    session.out() << "Copied " << cardsText(cards.size()) << " to " << options.file << ".\n";
+    createFile(options.file, {}, modeOf(list.path()));  // before there are keys in it that others must not read
+    try {
+        replaceAll(*target, cards, list.manager().getVersion(), "Copying", session);
+    } catch (const std::exception& error) {
+        fs::remove(options.file, ignored);
+        const auto* const toolError = dynamic_cast<const ToolError*>(&error);
+        throw ToolError(toolError != nullptr ? toolError->status() : ExitStatus::Storage,
+                        options.file + ": " + reasonOf(error) + "; no copy was made");
+    }
+    session.say("Copied " + cardsText(cards.size()) + " to " + options.file + ".");
     return ExitStatus::Done;
 }
 

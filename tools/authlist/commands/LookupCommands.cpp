@@ -51,6 +51,7 @@ Verdict lookUp(OpenedList& list, const std::string& key, const Session& session)
     if (!stored) return {"Unknown", "no card of the list has this key", ExitStatus::Unknown, std::nullopt};
     requireOwnId(*stored, list, session);
     auto card = list.manager().getByKey(key);
+    list.settle();
     if (card) {
         const bool isAccepted = card->status == RfidCardStatus::Accepted;
         return {isAccepted ? "Accepted" : "Refused", reasonOf(*card, session.times()),
@@ -69,11 +70,11 @@ void print(const Verdict& verdict, const Session& session) {
     const CardPrinter printer(session);
     const auto& card = verdict.card;
     if (session.options.output == OutputFormat::Json) {
-        session.out() << JsonObject()
-                             .text("verdict", verdict.word)
-                             .text("reason", verdict.reason)
-                             .json("card", card ? printer.json(*card) : "null")
-                             .str()
+        session.out() << session.data(JsonObject()
+                                          .text("verdict", verdict.word)
+                                          .text("reason", verdict.reason)
+                                          .json("card", card ? printer.json(*card) : "null")
+                                          .str())
                       << '\n';
         return;
     }
@@ -100,7 +101,6 @@ void print(const Verdict& verdict, const Session& session) {
 // The library does not tell when a write gets lost.
 void noteLostAccess(const Verdict& verdict, OpenedList& list, const Session& session) {
     if (!verdict.card || !verdict.card->id) return;
-    list.settle();
     const auto stored = list.manager().retrieveRecord(*verdict.card->id);
     if (!stored || secondsOf(stored->lastAccessTime) >= secondsOf(verdict.card->lastAccessTime)) return;
     session.note(list.path() + ": the access could not be stored (is the list read-only, full or in use?)");
@@ -108,7 +108,7 @@ void noteLostAccess(const Verdict& verdict, OpenedList& list, const Session& ses
 
 ExitStatus authorize(const Session& session, const std::string& key) {
     if (key.empty()) throw ToolError(ExitStatus::Usage, "KEY: an empty key cannot be looked up");
-    OpenedList list(session.list(), session);
+    OpenedList list(session.listToChange(), session);
     const Verdict verdict = lookUp(list, key, session);
     print(verdict, session);
     noteLostAccess(verdict, list, session);

@@ -33,7 +33,7 @@ std::size_t removeDamaged(CardSelection& selection, OpenedList& list) {
 }
 
 ExitStatus remove(const Session& session, CardSelection selection, bool isConfirmed) {
-    OpenedList list(session.list(), session);
+    OpenedList list(session.listToChange(), session);
     const std::size_t damaged = removeDamaged(selection, list);
     if (damaged > 0) session.out() << "Removed " << cardsText(damaged) << " that could not be read.\n";
     if (damaged > 0 && selection.isEmpty()) return ExitStatus::Done;
@@ -45,25 +45,20 @@ ExitStatus remove(const Session& session, CardSelection selection, bool isConfir
         return ExitStatus::No;
     }
     std::vector<unsigned> ids;
-    changeOneByOne(cards, selection, list, session, "Removing", [&](const RfidCard& card) {
-        list.manager().deleteById(card.id.value());
-        ids.push_back(card.id.value());
-    });
-    list.settle();
-    for (const unsigned id : ids) {
-        if (list.manager().retrieveRecord(id)) throw ToolError(ExitStatus::Storage, list.path() + notStored);
-    }
+    for (const RfidCard& card : presentStates(cards, selection, list, session)) ids.push_back(card.id.value());
+    list.changeAll({}, ids, "Removing");
     session.out() << "Removed " << cardsText(ids.size()) << ".\n";
     return ExitStatus::Done;
 }
 
 ExitStatus clear(const Session& session, bool isConfirmed) {
-    OpenedList list(session.list(), session);
-    const std::string number = cardsText(list.manager().countRecords());
-    if (!isConfirmed && !session.confirm("Remove all " + number + " of " + list.path() + "?")) {
+    OpenedList list(session.listToChange(), session);
+    const std::string question = "Remove all " + cardsText(list.manager().countRecords()) + " of " + list.path() + "?";
+    if (!isConfirmed && !session.confirm(question)) {
         session.note("nothing was removed");
         return ExitStatus::No;
     }
+    const std::string number = cardsText(list.manager().countRecords());  // maybe others than before the question
     list.manager().clearAll();
     list.settle();
     if (list.manager().countRecords() != 0) throw ToolError(ExitStatus::Storage, list.path() + notStored);

@@ -6,7 +6,6 @@
 #include <ostream>
 #include <utility>
 
-#include "CardDifference.h"
 #include "CardFields.h"
 #include "CardTags.h"
 #include "ChosenCards.h"
@@ -53,6 +52,8 @@ RfidCard updated(RfidCard card, const UpdateOptions& options, OpenedList& list, 
     addKeys(card, options, list, session);
     removeKeys(card, options, list, session);
     options.fields.apply(card, session);
+    card.lastAccessTime = std::chrono::system_clock::now();
+    card.lastModificationTime = card.lastAccessTime;
     return card;
 }
 
@@ -60,26 +61,6 @@ void requireChange(const UpdateOptions& options) {
     if (options.fields.isEmpty() && options.keysToAdd.empty() && options.keysToRemove.empty()) {
         throw ToolError(ExitStatus::Usage, "what is to change? see update --help");
     }
-}
-
-bool isStored(const RfidCard& card, OpenedList& list, const Session& session) {
-    const auto stored = list.accessor().readRecord(card.id.value());
-    return stored && differencesOf(*stored, card, false, session.keys(), session.times()).empty();
-}
-
-[[noreturn]] void refuseUnstored(const std::string& name, const OpenedList& list) {
-    throw ToolError(ExitStatus::Storage,
-                    list.path() + ": " + name + " could not be stored (is the list read-only, full or in use?)");
-}
-
-RfidCard store(const RfidCard& present, const UpdateOptions& options, OpenedList& list, const Session& session) {
-    RfidCard card = updated(present, options, list, session);
-    card.lastAccessTime = std::chrono::system_clock::now();
-    card.lastModificationTime = card.lastAccessTime;
-    list.accessor().updateRecord(card);
-    // A commit that meets a reader is rolled back without an error.
-    if (!isStored(card, list, session)) refuseUnstored(nameOf(present, session), list);
-    return card;
 }
 
 void noteExpired(const std::vector<RfidCard>& cards, const UpdateOptions& options, const Session& session) {
@@ -96,7 +77,7 @@ ExitStatus update(const Session& session, const UpdateOptions& options) {
     requireChange(options);
     RfidCard anyCard;
     options.fields.apply(anyCard, session);  // refuses bad values before the list is looked at
-    OpenedList list(session.list(), session);
+    OpenedList list(session.listToChange(), session);
     const auto chosen = options.selection.resolve(list, session);
     if (chosen.size() > 1 && !options.keysToAdd.empty()) {
         throw ToolError(ExitStatus::Usage, "--add-key: a key belongs to one card; choose one");
@@ -111,13 +92,9 @@ ExitStatus update(const Session& session, const UpdateOptions& options) {
         session.note("nothing was changed");
         return ExitStatus::No;
     }
-    std::vector<RfidCard> cards;
-    changeOneByOne(chosen, options.selection, list, session, "Updating",
-                   [&](const RfidCard& present) { cards.push_back(store(present, options, list, session)); });
-    list.settle();
-    for (const RfidCard& card : cards) {
-        if (!isStored(card, list, session)) refuseUnstored("the change", list);
-    }
+    auto cards = presentStates(chosen, options.selection, list, session);
+    for (RfidCard& card : cards) card = updated(card, options, list, session);
+    list.changeAll(cards, {}, "Updating");
     session.out() << "Updated " << cardsText(cards.size()) << ".\n";
     noteExpired(cards, options, session);
     return ExitStatus::Done;

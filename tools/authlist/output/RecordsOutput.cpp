@@ -43,9 +43,9 @@ void RecordsOutput::print(const std::vector<Record>& page) {
         if (mTable) {
             rows.push_back(record.cells);
         } else if (mSession.options.output == OutputFormat::Csv) {
-            out << csvLine(record.values) << '\n';
+            out << mSession.data(csvLine(record.values)) << '\n';
         } else {
-            out << (mIsEmpty ? "\n" : ",\n") << record.json;
+            out << (mIsEmpty ? "\n" : ",\n") << mSession.data(record.json);
         }
         mIsEmpty = false;
     }

@@ -1,13 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "storage/BlobList.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <filesystem>
 #include <sstream>
 #include <typeindex>
+#include <unordered_map>
+#include <unordered_set>
 
 #include "Outcome.h"
 #include "authlist/db/filestorage/FileDbAccessor.h"
@@ -91,45 +97,85 @@ std::unique_ptr<IDbAccessor> BlobList::open() const {
 
 // A technician who works as root must not lock the controller out.
 void BlobList::keepOwner() const {
-    struct stat status {};
-    if (!mOwner || ::stat(path().c_str(), &status) != 0) return;
-    const bool isOwn = status.st_uid == mOwner->user && status.st_gid == mOwner->group;
-    if (!isOwn && ::chown(path().c_str(), mOwner->user, mOwner->group) != 0) {
-        throw ToolError(ExitStatus::Storage, path() +
-                                                 ": is changed, but belongs to another user now, because the file "
-                                                 "cannot be given back; use chown");
-    }
-    if ((status.st_mode & 07777U) != mOwner->mode) ::chmod(path().c_str(), mOwner->mode);
+    if (!mOwner || !fs::exists(path())) return;
+    // Only the group may be refused, which its owner need not belong to; reserve sees to the user.
+    if (::chown(path().c_str(), mOwner->user, mOwner->group) != 0) errno = 0;
+    ::chmod(path().c_str(), mOwner->mode);
 }
 
-void BlobList::replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
-                          const ReportProgress& report) const {
+BlobList::~BlobList() {
+    if (mReserved >= 0) ::close(mReserved);
+}
+
+// The lock is on the file that is there now. When it is replaced the lock is on no list any more, and need not be: by
+// then all is written.
+void BlobList::reserve() const {
+    struct stat status {};
+    if (mReserved >= 0 || ::stat(path().c_str(), &status) != 0) return;
+    if (::geteuid() != 0 && ::geteuid() != status.st_uid) {
+        throw ToolError(ExitStatus::Storage, path() +
+                                                 ": belongs to another user, who could not read it any more if you "
+                                                 "changed it; work as that user or as root");
+    }
+    mReserved = ::open(path().c_str(), O_RDONLY | O_CLOEXEC);
+    if (mReserved >= 0 && ::flock(mReserved, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        throw ToolError(ExitStatus::Storage, path() + ": another authlist is changing the list; try again");
+    }
+}
+
+void BlobList::rewrite(const std::function<void(RecordsBlob&)>& change) const {
     requireList();
+    reserve();
     rememberOwner();
-    std::string expected;
+    RecordsBlob changed;
+    if (fs::exists(path())) defectOf(readFile(path()), changed);
+    change(changed);
+    const std::string bytes = bytesOf(changed);
+    RecordsBlob readBack;
+    if (!defectOf(bytes, readBack).empty()) {
+        throw ToolError(ExitStatus::Refused, path() + ": a file of the file store cannot hold these cards");
+    }
     {
         CachedFileManager files;
         files.add(std::make_unique<RecordsBlob>(), path(), {.delay = untilClosed, .backupSuffix = std::nullopt});
-        report(0);
         StreamableHandler& handler = files.getHandler(typeid(RecordsBlob));
         StreamableHandler::LockedStreamable locked(handler.mutex(), handler.cachedStreamable());
         auto& blob = dynamic_cast<RecordsBlob&>(locked.get());
-        fill(blob, cards, version);
-        expected = bytesOf(blob);
+        blob.getRecords().swap(changed.getRecords());
+        if (changed.getVersion()) blob.setVersion(*changed.getVersion());
     }
     keepOwner();
     // The library tells nobody when it cannot write.
-    if (!fs::exists(path()) || readFile(path()) != expected) {
+    if (!fs::exists(path()) || readFile(path()) != bytes) {
         throw ToolError(ExitStatus::Storage,
                         path() + ": cannot be written (is there room, may the folder be written?)");
     }
 }
 
+void BlobList::replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
+                          const ReportProgress& report) const {
+    report(0);
+    rewrite([&](RecordsBlob& blob) { fill(blob, cards, version); });
+}
+
+void BlobList::changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                         const ReportProgress& report) const {
+    report(0);
+    rewrite([&](RecordsBlob& blob) {
+        std::unordered_map<unsigned, const RfidCard*> replacements;
+        for (const RfidCard& card : updated) replacements.emplace(card.id.value(), &card);
+        const std::unordered_set<unsigned> ids(removed.begin(), removed.end());
+        std::erase_if(blob.getRecords(), [&ids](const RfidCard& card) { return ids.contains(card.id.value()); });
+        for (RfidCard& card : blob.getRecords()) {
+            const auto found = replacements.find(card.id.value());
+            if (found != replacements.end()) card = *found->second;
+        }
+    });
+}
+
 void BlobList::backUp(const std::string& target) const {
     requireList();
-    struct stat status {};
-    if (::stat(path().c_str(), &status) != 0) status.st_mode = 0600;
-    createFile(target, readFile(path()), status.st_mode & 07777U);
+    createFile(target, readFile(path()), modeOf(path()));
     flushFile(target);
 }
 

@@ -5,6 +5,10 @@
 
 #include "storage/ListStorage.h"
 
+namespace oru::kadi::authlist::db::filestorage {
+class RecordsBlob;
+}
+
 namespace oru::kadi::authlist::tool {
 
 /// A list in one binary file of the file store. The library takes nearly any file for one and brings it into its own
@@ -12,6 +16,7 @@ namespace oru::kadi::authlist::tool {
 class BlobList : public ListStorage {
 public:
     using ListStorage::ListStorage;
+    ~BlobList() override;
 
     Store store() const override { return Store::File; }
     unsigned capacity() const override;
@@ -19,6 +24,9 @@ public:
     void keepOwner() const override;
     void replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
                     const ReportProgress& report) const override;
+    void changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                   const ReportProgress& report) const override;
+    void reserve() const override;
     void backUp(const std::string& target) const override;
     std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const override;
 
@@ -30,9 +38,12 @@ private:
     };
 
     void requireList() const;
+    /// Lets change work on the list in memory, writes it and makes sure that it was written.
+    void rewrite(const std::function<void(db::filestorage::RecordsBlob&)>& change) const;
     void rememberOwner() const;
 
     mutable std::optional<Owner> mOwner;  // of the file before the library replaced it
+    mutable int mReserved = -1;           // a descriptor with a lock
 };
 
 }  // namespace oru::kadi::authlist::tool

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -72,6 +73,17 @@ void overwrite(const std::string& path, std::string_view bytes) {
     writeAll(file.get(), bytes, path);
 }
 
+// Where a symbolic link leads, also when there is no file yet.
+std::string behindLinks(const std::string& path) {
+    constexpr int mostLinks = 40;  // as the system follows
+    fs::path target = path;
+    std::error_code ignored;
+    for (int i = 0; i < mostLinks && fs::is_symlink(fs::symlink_status(target, ignored)); ++i) {
+        target = target.parent_path() / fs::read_symlink(target, ignored);
+    }
+    return target.string();
+}
+
 }  // namespace
 
 std::string readFileBegin(const std::string& path, std::size_t count) {
@@ -80,9 +92,15 @@ std::string readFileBegin(const std::string& path, std::size_t count) {
     return readUpTo(file.get(), count, path);
 }
 
-std::string readFile(const std::string& path) {
-    constexpr std::size_t everything = std::string::npos;
-    return path == "-" ? readUpTo(STDIN_FILENO, everything, "standard input") : readFileBegin(path, everything);
+std::string readFile(const std::string& path) { return readFileBegin(path, std::string::npos); }
+
+std::string readInput(const std::string& file) {
+    return file == "-" ? readUpTo(STDIN_FILENO, std::string::npos, "standard input") : readFile(file);
+}
+
+unsigned modeOf(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0600U;
 }
 
 void createFile(const std::string& path, std::string_view bytes, unsigned mode) {
@@ -102,15 +120,19 @@ void flushFile(const std::string& path) {
     flush(fs::absolute(path).parent_path().string(), O_RDONLY | O_DIRECTORY);
 }
 
-void replaceFile(const std::string& path, std::string_view bytes) {
+void replaceFile(const std::string& path, std::string_view bytes, unsigned newMode) {
     struct stat old {};
     const bool exists = ::stat(path.c_str(), &old) == 0;
     if (exists && !S_ISREG(old.st_mode)) return overwrite(path, bytes);
 
-    const std::string target = exists ? fs::canonical(path).string() : path;  // a symbolic link stays one
+    const std::string target = behindLinks(path);
     const std::string unfinished = target + ".unfinished-" + std::to_string(::getpid());
-    createFile(unfinished, bytes, 0666);
-    if (exists) ::chmod(unfinished.c_str(), old.st_mode & 07777U);
+    createFile(unfinished, bytes, exists ? old.st_mode & 0777U : newMode);
+    if (exists) {
+        // Only root may give files away; for others the file is theirs anyway, or becomes so.
+        const bool isGiven = ::chown(unfinished.c_str(), old.st_uid, old.st_gid) == 0;
+        ::chmod(unfinished.c_str(), old.st_mode & (isGiven ? 07777U : 0777U));
+    }
     if (::rename(unfinished.c_str(), target.c_str()) != 0) {
         const int error = errno;
         ::unlink(unfinished.c_str());

@@ -10,12 +10,19 @@ namespace oru::kadi::authlist::tool {
 /// The first count bytes of a file, or all of a smaller one. Throws ToolError naming path.
 std::string readFileBegin(const std::string& path, std::size_t count);
 
-/// All bytes of a file, or of standard input for "-". Throws ToolError naming path.
+/// All bytes of a file. Throws ToolError naming path.
 std::string readFile(const std::string& path);
 
+/// All bytes of a file, or of standard input for "-".
+std::string readInput(const std::string& file);
+
+/// The permission bits of a file; those of a private file where there is none.
+unsigned modeOf(const std::string& path);
+
 /// Writes a whole new file beside path and renames it over path, so that path holds its old bytes or the new ones. An
-/// existing file keeps its mode; a special file, such as a pipe, is written to as it is. Throws ToolError naming path.
-void replaceFile(const std::string& path, std::string_view bytes);
+/// existing file keeps its mode and, for root, its owner; a new one gets newMode. A symbolic link is followed, a
+/// special file, such as a pipe, written to as it is. Throws ToolError naming path.
+void replaceFile(const std::string& path, std::string_view bytes, unsigned newMode);
 
 /// Creates a file with these bytes and flushes it to the device. Throws ToolError naming path; also when path exists.
 void createFile(const std::string& path, std::string_view bytes, unsigned mode);

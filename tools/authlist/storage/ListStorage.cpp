@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "storage/ListStorage.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 
 #include "Outcome.h"
@@ -46,7 +44,8 @@ std::unique_ptr<ListStorage> existingList(const std::string& path, std::optional
         refuse(path,
                std::string("is no ") + nameOf(*wanted) + (*store == Store::Sqlite ? "; it is a SQLite database" : ""));
     }
-    return newList(path, store ? *store : wanted.value_or(Store::Sqlite));
+    if (!store && !wanted) refuse(path, "is empty; say what it is with --store sqlite or --store file");
+    return newList(path, store ? *store : *wanted);
 }
 
 std::unique_ptr<ListStorage> existingOrNewList(const std::string& path, std::optional<Store> wanted) {

@@ -28,6 +28,8 @@ public:
     /// The largest id of a card; with the next one the ids of a database are used up.
     static constexpr unsigned largestId = 2147483646;
 
+    static constexpr std::size_t largestTagCount = 65535;  ///< of a card; the file store counts with 16 bits
+
     /// Told how many records are written; what it throws ends the writing, and nothing changes.
     using ReportProgress = std::function<void(std::size_t)>;
 
@@ -45,13 +47,21 @@ public:
     /// Opens the list, and creates it when it is missing.
     virtual std::unique_ptr<IDbAccessor> open() const = 0;
 
-    /// After the accessor is gone: makes the file belong to whom it belonged before.
+    /// After the accessor is gone: gives the file back the owner and the mode that it had.
     virtual void keepOwner() const {}
 
     /// Replaces all cards, and the version where one is given. Either all of it happens or nothing, also when the power
-    /// fails. The list is created when it is missing, and must not be open.
+    /// fails. The list is created when it is missing.
     virtual void replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
                             const ReportProgress& report) const = 0;
+
+    /// Replaces the cards with these ids and removes others by their ids; all of it or nothing, as replaceAll.
+    virtual void changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                           const ReportProgress& report) const = 0;
+
+    /// Keeps other runs of this tool from changing the list as long as this object lives, where they would not see each
+    /// other's changes. Throws ToolError when one is at it.
+    virtual void reserve() const {}
 
     /// Writes a copy of the list to a new file.
     virtual void backUp(const std::string& target) const = 0;

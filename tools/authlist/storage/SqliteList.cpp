@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "storage/SqliteList.h"
 
-#include <sys/stat.h>
-
 #include <filesystem>
 #include <stdexcept>
 
@@ -46,10 +44,24 @@ void insert(const SqlStatementBuilder& builder, const RfidCard& card) {
     for (const RfidTag& tag : card.tags) run(builder, builder.getCreateRfidTagStatement(tag, id));
 }
 
-void rollBack(const SqlStatementBuilder& builder) {
+void update(const SqlStatementBuilder& builder, const RfidCard& card) {
+    const unsigned id = card.id.value();
+    run(builder, builder.getUpdateRfidCardStatement(card));
+    run(builder, builder.getDeleteTagRecordsByCardIdStatement(id));
+    for (const RfidTag& tag : card.tags) run(builder, builder.getCreateRfidTagStatement(tag, id));
+}
+
+void inTransaction(const SqlStatementBuilder& builder, const std::function<void()>& work) {
+    builder.beginTransaction();
     try {
-        builder.rollbackTransaction();
-    } catch (const std::exception&) {  // after some failures, such as a full disk, SQLite has done it already
+        work();
+        builder.commitTransaction();
+    } catch (...) {
+        try {
+            builder.rollbackTransaction();
+        } catch (const std::exception&) {  // after some failures, such as a full disk, SQLite has done it already
+        }
+        throw;
     }
 }
 
@@ -69,6 +81,17 @@ private:
     std::string mPath;
     bool mIsNew;
 };
+
+// In use by another program, or not to be written.
+bool isNoDamage(std::string_view message) {
+    return message.find("database is locked") != std::string_view::npos ||
+           message.find("readonly database") != std::string_view::npos ||
+           message.find("unable to open") != std::string_view::npos;
+}
+
+bool isEmpty(const SqlStatementBuilder& builder) {
+    return textOf(query(builder, "SELECT COUNT(*) FROM sqlite_master").front(), 0) == "0";
+}
 
 void inspectDatabase(const SqlStatementBuilder& builder, std::vector<Finding>& findings) {
     for (const SqlRow& row : query(builder, "PRAGMA integrity_check")) {
@@ -142,8 +165,7 @@ void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<un
         const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
         builder.createTables({DbTableType::Metadata, DbTableType::RfidCard, DbTableType::RfidTag});
         builder.createTagIndex();
-        builder.beginTransaction();
-        try {
+        inTransaction(builder, [&] {
             run(builder, builder.getDeleteAllCardsStatement());
             std::size_t written = 0;
             for (const RfidCard& card : cards) {
@@ -151,22 +173,38 @@ void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<un
                 report(++written);
             }
             if (version) run(builder, builder.getUpdateVersionStatement(*version));
-            builder.commitTransaction();
-        } catch (...) {
-            rollBack(builder);
-            throw;
-        }
+        });
     }
     file.keep();
 }
 
+void SqliteList::changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                           const ReportProgress& report) const {
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
+    inTransaction(builder, [&] {
+        std::size_t written = 0;
+        for (const RfidCard& card : updated) {
+            update(builder, card);
+            report(++written);
+        }
+        for (const unsigned id : removed) {
+            run(builder, builder.getDeleteRecordByIdStatement(id));
+            report(++written);
+        }
+    });
+}
+
 void SqliteList::backUp(const std::string& target) const {
     requireList();
-    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
-    run(builder, builder.prepareStatement("VACUUM INTO ?", {plainName(target)}));
-    std::error_code ignored;
-    fs::permissions(target, fs::status(path()).permissions(), ignored);
-    flushFile(target);
+    createFile(target, {}, modeOf(path()));  // before there are keys in it that others must not read
+    try {
+        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
+        run(builder, builder.prepareStatement("VACUUM INTO ?", {plainName(target)}));
+        flushFile(target);
+    } catch (...) {
+        fs::remove(target);
+        throw;
+    }
 }
 
 std::vector<Finding> SqliteList::inspect(const std::function<void(const RfidCard&)>& visit) const {
@@ -174,13 +212,13 @@ std::vector<Finding> SqliteList::inspect(const std::function<void(const RfidCard
     std::vector<Finding> findings;
     try {
         const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
+        if (isEmpty(builder)) return findings;
         inspectDatabase(builder, findings);
         for (const SqlRow& row : query(builder, "SELECT id, expiry_date FROM rfid_card ORDER BY id")) {
             inspectRecord(builder, row, findings, visit);
         }
     } catch (const std::exception& error) {
-        // Not damage: another program has it.
-        if (std::string_view(error.what()).find("database is locked") != std::string_view::npos) throw;
+        if (isNoDamage(error.what())) throw;
         findings.push_back({std::nullopt, "the database cannot be read: " + reasonOf(error)});
     }
     return findings;

@@ -22,6 +22,8 @@ public:
     std::unique_ptr<IDbAccessor> open() const override;
     void replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
                     const ReportProgress& report) const override;
+    void changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
+                   const ReportProgress& report) const override;
     void backUp(const std::string& target) const override;
     std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const override;
 
