@@ -30,6 +30,8 @@ function(oru_configure_library target include_dir)
     target_include_directories(${target} PUBLIC
         $<BUILD_INTERFACE:${include_dir}>
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+    target_link_options(${target} PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/oru-exports.map)
+    set_target_properties(${target} PROPERTIES LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/oru-exports.map)
     set_target_properties(${target} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
     if(NOT ORU_SANITIZE)
         target_link_options(${target} PRIVATE LINKER:--no-undefined)
