@@ -1,0 +1,169 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "CardPrinter.h"
+
+#include <ostream>
+#include <stdexcept>
+
+#include "output/DisplayText.h"
+#include "output/Json.h"
+
+namespace oru::kadi::authlist::tool {
+namespace {
+
+std::string numberOr(const std::optional<unsigned>& number, const char* none) {
+    return number ? std::to_string(*number) : none;
+}
+
+bool hasKey(const RfidTag& tag) { return tag.key && !tag.key->empty(); }
+
+}  // namespace
+
+Colour colourOf(RfidCardStatus status) {
+    switch (status) {
+        case RfidCardStatus::Accepted:
+            return Colour::Green;
+        case RfidCardStatus::Blocked:
+        case RfidCardStatus::Invalid:
+            return Colour::Red;
+        default:
+            return Colour::Yellow;
+    }
+}
+
+std::string statusName(RfidCardStatus status) {
+    try {
+        return std::string(statusToText(status));
+    } catch (const std::invalid_argument&) {
+        return "status " + std::to_string(static_cast<int>(status));
+    }
+}
+
+std::vector<Column> CardPrinter::columns() {
+    return {{.title = "ID", .alignedRight = true},       {.title = "STATUS"}, {.title = "KEYS", .mayShrink = true},
+            {.title = "DESCRIPTION", .mayShrink = true}, {.title = "EXPIRY"}, {.title = "EVSE", .alignedRight = true},
+            {.title = "PARENT", .mayShrink = true}};
+}
+
+std::vector<std::string> CardPrinter::csvNames() {
+    return {"id",
+            "description",
+            "status",
+            "keys",
+            "hashes",
+            "expiryDate",
+            "parentId",
+            "evseId",
+            "extraData",
+            "lastAccessTime",
+            "lastModificationTime",
+            "recordLifetime"};
+}
+
+RecordsOutput::Record CardPrinter::record(const RfidCard& card) const {
+    switch (mSession.options.output) {
+        case OutputFormat::Json:
+            return {.json = json(card)};
+        case OutputFormat::Csv:
+            return {.values = csvValues(card)};
+        case OutputFormat::Table:
+            break;
+    }
+    return {.cells = {{numberOr(card.id, "")},
+                      {statusName(card.status), colourOf(card.status)},
+                      {keys(card)},
+                      {card.description},
+                      {expiry(card)},
+                      {numberOr(card.evseId, "any")},
+                      {card.parentId.value_or("")}}};
+}
+
+std::string CardPrinter::json(const RfidCard& card) const {
+    const TimeText times = mSession.times();
+    return JsonObject()
+        .number("id", card.id)
+        .text("description", card.description)
+        .text("status", statusName(card.status))
+        .json("tags", tagsJson(card))
+        .text("expiryDate", card.expiryDate ? std::optional(times.show(*card.expiryDate)) : std::nullopt)
+        .text("parentId", card.parentId)
+        .number("evseId", card.evseId)
+        .text("extraData", card.extraData)
+        .text("lastAccessTime", times.show(card.lastAccessTime))
+        .text("lastModificationTime", times.show(card.lastModificationTime))
+        .number("recordLifetime", card.recordLifetime)
+        .str();
+}
+
+void CardPrinter::printDetails(const RfidCard& card) const {
+    const TimeText times = mSession.times();
+    const auto line = [this](const char* name, const std::string& value, Colour colour = Colour::None) {
+        const std::string text = printable(value);
+        mSession.out() << fitted(name, 15) << (mSession.outTerminal().hasColour ? coloured(text, colour) : text)
+                       << '\n';
+    };
+    line("Id", numberOr(card.id, "none"));
+    line("Status", statusName(card.status), colourOf(card.status));
+    line("Description", card.description);
+    for (const RfidTag& tag : card.tags) {
+        line("Key", hasKey(tag) ? mSession.keys()(*tag.key) : "not stored");
+        line("  Hash", tag.hash);
+        if (tag.extraData) line("  Extra data", *tag.extraData);
+    }
+    line("Expiry", expiry(card));
+    line("Parent", card.parentId.value_or("none"));
+    line("EVSE", numberOr(card.evseId, "any"));
+    line("Extra data", card.extraData.value_or("none"));
+    line("Accessed", times.show(card.lastAccessTime));
+    line("Modified", times.show(card.lastModificationTime));
+    line("Lifetime", card.recordLifetime ? std::to_string(*card.recordLifetime) + " s" : "no limit");
+}
+
+std::string CardPrinter::keys(const RfidCard& card) const {
+    std::string text;
+    for (const RfidTag& tag : card.tags) {
+        if (!text.empty()) text += ' ';
+        text += hasKey(tag) ? mSession.keys()(*tag.key) : '#' + tag.hash.substr(0, 8);
+    }
+    return text;
+}
+
+std::string CardPrinter::expiry(const RfidCard& card) const {
+    return card.expiryDate ? mSession.times().show(*card.expiryDate) : "never";
+}
+
+std::vector<std::string> CardPrinter::csvValues(const RfidCard& card) const {
+    const TimeText times = mSession.times();
+    std::string keys;
+    std::string hashes;
+    for (const RfidTag& tag : card.tags) {
+        if (hasKey(tag)) keys += (keys.empty() ? "" : "|") + mSession.keys()(*tag.key);
+        hashes += (hashes.empty() ? "" : "|") + tag.hash;
+    }
+    return {numberOr(card.id, ""),
+            card.description,
+            statusName(card.status),
+            keys,
+            hashes,
+            card.expiryDate ? times.show(*card.expiryDate) : "",
+            card.parentId.value_or(""),
+            numberOr(card.evseId, ""),
+            card.extraData.value_or(""),
+            times.show(card.lastAccessTime),
+            times.show(card.lastModificationTime),
+            numberOr(card.recordLifetime, "")};
+}
+
+std::string CardPrinter::tagsJson(const RfidCard& card) const {
+    std::string text = "[";
+    for (const RfidTag& tag : card.tags) {
+        if (text.size() > 1) text += ',';
+        text += JsonObject()
+                    .text("hash", tag.hash)
+                    .text("key", hasKey(tag) ? std::optional(mSession.keys()(*tag.key)) : std::nullopt)
+                    .text("extraData", tag.extraData)
+                    .str();
+    }
+    return text + ']';
+}
+
+}  // namespace oru::kadi::authlist::tool

@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "ExchangeFile.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+
+#include "Numbers.h"
+#include "Outcome.h"
+#include "TimeText.h"
+#include "authlist/CsvExchange.h"
+#include "authlist/JsonExchange.h"
+#include "oru/common/Split.h"
+#include "oru/common/lwjson/Deserializer.h"
+
+namespace oru::kadi::authlist::tool {
+namespace {
+
+using common::lwjson::Deserializer;
+
+[[noreturn]] void refuse(const std::string& place, const std::string& reason) {
+    throw ToolError(ExitStatus::Refused, place + ": " + reason);
+}
+
+bool endsLike(const std::string& file, std::string_view extension) {
+    if (file.size() < extension.size()) return false;
+    return std::equal(extension.begin(), extension.end(), file.end() - static_cast<std::ptrdiff_t>(extension.size()),
+                      [](char wanted, char c) { return wanted == (c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+}
+
+void requireDate(const std::string& text, const std::string& place) {
+    if (!text.empty() && !exactTimestamp(text))
+        refuse(place, "the expiry date \"" + text + "\" is no time that a list can carry");
+}
+
+// CSV
+
+struct Line {
+    std::size_t number;  // as editors count, of its first character
+    std::string_view text;
+};
+
+std::vector<Line> linesOf(const std::string& text) {
+    std::vector<Line> lines;
+    std::size_t number = 1;
+    common::forEachPiece(text, "\n", '"', [&](std::string_view line) {
+        lines.push_back({number, line});
+        number += 1 + static_cast<std::size_t>(std::count(line.begin(), line.end(), '\n'));
+    });
+    return lines;
+}
+
+bool isReadable(std::string_view csv) {
+    try {
+        deserializeRfidsFromCsv(std::string(csv));
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+// The library reads line by line and stops at the first bad one: the shortest beginning that it refuses ends there.
+std::size_t firstBadLine(const std::string& text) {
+    const std::vector<Line> lines = linesOf(text);
+    const auto bad = std::partition_point(lines.begin(), lines.end(), [&text](const Line& line) {
+        return isReadable({text.data(), static_cast<std::size_t>(line.text.data() + line.text.size() - text.data())});
+    });
+    return bad != lines.end() ? bad->number : lines.back().number;
+}
+
+// Of a text that the library has read.
+void checkCsvDates(const std::string& text, const std::string& name) {
+    char separator = ',';
+    bool isAtStart = true;
+    for (const Line& line : linesOf(text)) {
+        if (isAtStart && line.text.size() == 5) {
+            if (line.text.substr(3, 1) == "=") separator = line.text.back();
+            continue;
+        }
+        const bool isHeader = isAtStart && line.text.starts_with("id");
+        if (!line.text.empty()) isAtStart = false;
+        if (line.text.empty() || isHeader) continue;
+        auto columns = common::split<std::string_view>(line.text, {&separator, 1}, '"');
+        trimCsvColumns(columns);
+        if (!columns.empty()) requireDate(std::string(columns.back()), name + ": line " + std::to_string(line.number));
+    }
+}
+
+ExchangedList readCsv(const std::string& text, const std::string& name) {
+    ExchangedList list;
+    try {
+        list.cards = deserializeRfidsFromCsv(text);
+    } catch (const std::exception& error) {
+        refuse(name + ": line " + std::to_string(firstBadLine(text)), error.what());
+    }
+    checkCsvDates(text, name);
+    return list;
+}
+
+// JSON
+
+std::string textOf(const Deserializer& member) {
+    const std::string_view raw = member.scalarText();
+    std::string text;
+    Deserializer::extractValue(raw.data(), static_cast<unsigned>(raw.size()), text, "");
+    return text;
+}
+
+void requireNumber(const Deserializer& card, const char* key, const std::string& place) {
+    const auto member = card.findMember(key);
+    if (!member || member->isNull()) return;
+    const std::string text = member->isScalar() ? textOf(*member) : std::string(member->rawText());
+    if (text.empty()) return;
+    try {
+        readNumber(text, key);
+    } catch (const ToolError& error) {
+        refuse(place, error.what());
+    }
+}
+
+void checkJsonCard(const Deserializer& card, const std::string& place) {
+    const std::string alone = R"({"localAuthorizationList":[)" + std::string(card.rawText()) + "]}";
+    try {
+        deserializeRfidsFromJson(alone);
+    } catch (const std::exception& error) {
+        refuse(place, error.what());
+    }
+    requireNumber(card, "evseId", place);
+    requireNumber(card, "recordLifetime", place);
+    const auto expiry = card.findMember("expiryDate");
+    if (expiry && expiry->isScalar() && !expiry->isNull()) requireDate(textOf(*expiry), place);
+}
+
+std::optional<unsigned> versionOf(const Deserializer& json, const std::string& name) {
+    const auto member = json.findMember("listVersion");
+    if (!member || !member->isScalar() || member->isNull() || textOf(*member).empty()) return std::nullopt;
+    requireNumber(json, "listVersion", name);
+    return readNumber(textOf(*member), "listVersion");
+}
+
+ExchangedList readJson(const std::string& text, const std::string& name) {
+    Deserializer json(common::lwjson::Options::Strict);
+    try {
+        json.importJson(text);
+    } catch (const std::exception& error) {
+        refuse(name, error.what());
+    }
+    const auto cards = json.findMember("localAuthorizationList");
+    if (!cards || cards->kind() != common::lwjson::Kind::Array) {
+        refuse(name, "is JSON, but no list: it has no array \"localAuthorizationList\"");
+    }
+    std::size_t number = 0;
+    cards->forEachElement(
+        [&](const Deserializer& card) { checkJsonCard(card, name + ": record " + std::to_string(++number)); });
+    return {deserializeRfidsFromJson(text), versionOf(json, name)};
+}
+
+std::string nameOf(const RfidTag& tag, const KeyMask& keys) {
+    return tag.key && !tag.key->empty() ? "key " + keys(*tag.key) : "hash " + tag.hash;
+}
+
+}  // namespace
+
+std::optional<ExchangeDataType> formatFromName(const std::string& file) {
+    if (endsLike(file, ".csv")) return ExchangeDataType::CSV;
+    if (endsLike(file, ".json")) return ExchangeDataType::JSON;
+    return std::nullopt;
+}
+
+ExchangeDataType formatOf(const std::string& file, const std::optional<std::string>& format) {
+    if (format == "csv") return ExchangeDataType::CSV;
+    if (format == "json") return ExchangeDataType::JSON;
+    if (const auto type = formatFromName(file)) return *type;
+    throw ToolError(ExitStatus::Usage, file + ": CSV or JSON? give --format csv or --format json");
+}
+
+ExchangedList readExchangedList(const std::string& text, ExchangeDataType type, const std::string& name) {
+    if (text.empty()) refuse(name, "is empty");
+    return type == ExchangeDataType::CSV ? readCsv(text, name) : readJson(text, name);
+}
+
+void requireStorable(const std::vector<RfidCard>& cards, unsigned capacity, const std::string& name,
+                     const KeyMask& keys) {
+    if (cards.size() > capacity) {
+        refuse(name, withThousands(cards.size()) + " cards; this kind of list takes " + withThousands(capacity));
+    }
+    std::unordered_map<unsigned, std::size_t> ids;
+    std::unordered_map<std::string, std::size_t> hashes;
+    for (std::size_t i = 0; i < cards.size(); ++i) {
+        const std::string place = name + ": record " + std::to_string(i + 1);
+        const RfidCard& card = cards[i];
+        if (card.tags.empty()) refuse(place, "has neither a key nor a hash");
+        if (card.id) {
+            const auto [first, isNew] = ids.emplace(*card.id, i + 1);
+            if (!isNew) {
+                refuse(place,
+                       "has the id " + std::to_string(*card.id) + ", as record " + std::to_string(first->second));
+            }
+        }
+        for (const RfidTag& tag : card.tags) {
+            const auto [first, isNew] = hashes.emplace(tag.hash, i + 1);
+            if (!isNew) refuse(place, "has the " + nameOf(tag, keys) + ", as record " + std::to_string(first->second));
+        }
+    }
+}
+
+}  // namespace oru::kadi::authlist::tool

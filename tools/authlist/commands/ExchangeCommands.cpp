@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+
+#include "ExchangeFile.h"
+#include "Interruption.h"
+#include "Numbers.h"
+#include "authlist/Timestamp.h"
+#include "commands/Commands.h"
+#include "output/Progress.h"
+#include "storage/FileBytes.h"
+
+namespace oru::kadi::authlist::tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+CLI::Option* addFormatOption(CLI::App& command, std::optional<std::string>& format) {
+    return command.add_option("--format", format, "csv or json; otherwise taken from the file's extension")
+        ->check(CLI::IsMember({"csv", "json"}))
+        ->type_name("FORMAT");
+}
+
+std::string cardsText(std::size_t count) { return withThousands(count) + (count == 1 ? " card" : " cards"); }
+
+void replaceAll(const ListStorage& storage, const std::vector<RfidCard>& cards, std::optional<unsigned> version,
+                const char* title, const Session& session) {
+    const Interruption interruption;
+    Progress progress(session.err(), session.errTerminal(), title, cards.size());
+    storage.replaceAll(cards, version, [&progress](std::size_t done) {
+        Interruption::throwIfRequested();
+        progress.advanceTo(done);
+    });
+}
+
+// import
+
+struct ImportOptions {
+    std::string file;
+    std::optional<std::string> format;
+    bool isDryRun = false;
+    bool keepsBackup = false;
+    bool takesVersion = false;
+};
+
+std::string nameOfInput(const std::string& file) { return file == "-" ? "standard input" : file; }
+
+std::string stateOf(const ListStorage& storage, const Session& session) {
+    try {
+        if (!fs::exists(storage.path())) return "; there is no list " + storage.path() + " yet";
+        OpenedList list(newList(storage.path(), storage.store()), session);
+        return "; " + storage.path() + " is unchanged and holds " + cardsText(list.manager().countRecords());
+    } catch (const std::exception&) {
+        return {};
+    }
+}
+
+void backUp(const ListStorage& storage, const Session& session) {
+    if (!fs::exists(storage.path())) return;
+    std::string time = timestampToString(std::chrono::system_clock::now()).value();
+    std::erase_if(time, [](char c) { return c == '-' || c == ':'; });
+    const std::string target = storage.path() + ".backup-" + time;
+    if (fs::exists(target)) throw ToolError(ExitStatus::Storage, target + ": exists already; nothing was imported");
+    storage.backUp(target);
+    session.note("the old list is kept as " + target);
+}
+
+ExitStatus reportOnly(const ExchangedList& imported, const ImportOptions& options, const Session& session) {
+    std::size_t tags = 0;
+    for (const RfidCard& card : imported.cards) tags += card.tags.size();
+    session.out() << nameOfInput(options.file) << ": " << cardsText(imported.cards.size()) << " with "
+                  << withThousands(tags) << " tags"
+                  << (imported.version ? ", list version " + std::to_string(*imported.version) : "")
+                  << "; nothing was stored.\n";
+    return ExitStatus::Done;
+}
+
+void noteVersion(const ExchangedList& imported, const ImportOptions& options, OpenedList& list,
+                 const Session& session) {
+    const auto version = list.manager().getVersion();
+    if (options.takesVersion || !imported.version || imported.version == version) return;
+    session.note("the list " + (version ? "keeps the version " + std::to_string(*version) : "has no version") +
+                 "; the text has " + std::to_string(*imported.version) + " (--take-version takes it)");
+}
+
+ExitStatus import(const Session& session, const ImportOptions& options) {
+    const ExchangeDataType type = formatOf(nameOfInput(options.file), options.format);
+    const std::unique_ptr<ListStorage> storage =
+        options.isDryRun && session.options.list.empty() ? nullptr : session.listOrNew();
+    ExchangedList imported;
+    try {
+        imported = readExchangedList(readFile(options.file), type, nameOfInput(options.file));
+        const unsigned capacity = storage ? storage->capacity() : std::numeric_limits<unsigned>::max();
+        requireStorable(imported.cards, capacity, nameOfInput(options.file), session.keys());
+        if (options.takesVersion && !imported.version) {
+            throw ToolError(ExitStatus::Refused,
+                            nameOfInput(options.file) + ": --take-version: it has no list version");
+        }
+        if (options.isDryRun) return reportOnly(imported, options, session);
+        if (options.keepsBackup) backUp(*storage, session);
+        replaceAll(*storage, imported.cards, options.takesVersion ? imported.version : std::nullopt, "Importing",
+                   session);
+    } catch (const ToolError& error) {
+        throw ToolError(error.status(), error.what() + (storage ? stateOf(*storage, session) : ""));
+    } catch (const std::exception& error) {
+        throw ToolError(ExitStatus::Storage,
+                        session.options.list + ": " + error.what() + (storage ? stateOf(*storage, session) : ""));
+    }
+    OpenedList list(session.list(), session);
+    session.out() << "Imported " << cardsText(list.manager().countRecords()) << " into " << list.path() << ".\n";
+    noteVersion(imported, options, list, session);
+    return ExitStatus::Done;
+}
+
+// export
+
+struct ExportOptions {
+    std::string file = "-";
+    std::optional<std::string> format;
+};
+
+void requireOther(const std::string& file, const std::string& list) {
+    std::error_code ignored;
+    if (fs::equivalent(file, list, ignored)) {
+        throw ToolError(ExitStatus::Refused, file + ": is the list itself; export to another file");
+    }
+}
+
+void noteWhatCsvLeavesOut(const std::vector<RfidCard>& cards, const Session& session) {
+    const auto left = std::count_if(cards.begin(), cards.end(), [](const RfidCard& card) {
+        return std::none_of(card.tags.begin(), card.tags.end(), [](const RfidTag& tag) { return tag.key.has_value(); });
+    });
+    if (left > 0) {
+        session.note(cardsText(static_cast<std::size_t>(left)) +
+                     " without plain key left out, because CSV carries keys only; JSON carries all");
+    }
+}
+
+ExitStatus exportList(const Session& session, const ExportOptions& options) {
+    const bool isToOutput = options.file == "-";
+    const ExchangeDataType type =
+        isToOutput && !options.format ? ExchangeDataType::JSON : formatOf(options.file, options.format);
+    OpenedList list(session.list(), session);
+    const auto cards = list.accessor().readAllRecords();
+    std::string text;
+    try {
+        text = list.manager().buildStringFromDatabase(cards, type);
+    } catch (const std::invalid_argument& error) {
+        throw ToolError(ExitStatus::Refused, list.path() + ": " + error.what());
+    }
+    if (isToOutput) {
+        session.out() << text << (text.ends_with('\n') ? "" : "\n");
+    } else {
+        requireOther(options.file, list.path());
+        replaceFile(options.file, text);
+    }
+    if (type == ExchangeDataType::CSV) noteWhatCsvLeavesOut(cards, session);
+    if (!isToOutput) session.out() << "Exported " << cardsText(cards.size()) << " to " << options.file << ".\n";
+    return ExitStatus::Done;
+}
+
+// copy
+
+struct CopyOptions {
+    std::string file;
+    Store store = Store::Sqlite;
+};
+
+ExitStatus copy(const Session& session, const CopyOptions& options) {
+    std::error_code ignored;
+    if (fs::exists(fs::symlink_status(options.file, ignored))) {
+        throw ToolError(ExitStatus::Refused, options.file + ": exists already; copy makes a new list");
+    }
+    OpenedList list(session.list(), session);
+    const auto cards = list.accessor().readAllRecords();
+    const auto target = existingOrNewList(options.file, options.store);
+    requireStorable(cards, target->capacity(), list.path(), session.keys());
+    replaceAll(*target, cards, list.manager().getVersion(), "Copying", session);
+    session.out() << "Copied " << cardsText(cards.size()) << " to " << options.file << ".\n";
+    return ExitStatus::Done;
+}
+
+}  // namespace
+
+void addExchangeCommands(CommandLine& line) {
+    const auto imported = std::make_shared<ImportOptions>();
+    CLI::App& import_ = line.add("import", "Replaces all cards by those of a CSV or JSON text, wholly or not at all",
+                                 "-l site.db import site.csv --dry-run\n"
+                                 "-l site.db import site.json --keep-backup --take-version\n"
+                                 "-l site.blob --store file import - --format json < site.json",
+                                 [imported](const Session& session) { return import(session, *imported); });
+    import_.add_option("FILE", imported->file, "The text; - is standard input")->required();
+    addFormatOption(import_, imported->format);
+    import_.add_flag("--dry-run", imported->isDryRun, "Only read the text and report; store nothing");
+    import_.add_flag("--keep-backup", imported->keepsBackup, "Keep the old list beside it, as FILE.backup-TIME");
+    import_.add_flag("--take-version", imported->takesVersion, "Take the list version from the JSON text too");
+
+    const auto exported = std::make_shared<ExportOptions>();
+    CLI::App& export_ = line.add("export", "Writes all cards as CSV or JSON, plain keys included",
+                                 "-l site.db export site.json\n"
+                                 "-l site.db export --format csv | less",
+                                 [exported](const Session& session) { return exportList(session, *exported); });
+    export_.add_option("FILE", exported->file, "Where to; without it, or with -, standard output");
+    addFormatOption(export_, exported->format);
+
+    const auto copied = std::make_shared<CopyOptions>();
+    CLI::App& copy_ = line.add("copy", "Writes everything that is stored to a new list",
+                               "-l site.db copy /media/usb/site.db\n"
+                               "-l site.blob copy site.db\n"
+                               "-l site.db copy site.blob --to file",
+                               [copied](const Session& session) { return copy(session, *copied); });
+    copy_.add_option("FILE", copied->file, "The new list")->required();
+    const std::map<std::string, Store> stores{{"sqlite", Store::Sqlite}, {"file", Store::File}};
+    copy_.add_option("--to", copied->store, "Kind of the new list: sqlite (unless told otherwise) or file")
+        ->transform(CLI::CheckedTransformer(stores).description(""))
+        ->type_name("STORE");
+}
+
+}  // namespace oru::kadi::authlist::tool

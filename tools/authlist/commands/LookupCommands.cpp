@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <ostream>
+
+#include "CardPrinter.h"
+#include "CardSelection.h"
+#include "commands/Commands.h"
+#include "output/DisplayText.h"
+#include "output/Json.h"
+
+namespace oru::kadi::authlist::tool {
+namespace {
+
+struct Verdict {
+    const char* word;
+    std::string reason;
+    ExitStatus status;
+    std::optional<RfidCard> card;
+};
+
+bool lifetimeIsOver(const RfidCard& card) {
+    return card.recordLifetime && secondsOf(card.lastModificationTime) + std::int64_t{*card.recordLifetime} <=
+                                      secondsOf(std::chrono::system_clock::now());
+}
+
+std::string reasonOf(const RfidCard& card, const TimeText& times) {
+    switch (card.status) {
+        case RfidCardStatus::Accepted:
+            return card.evseId ? "the card may charge at EVSE " + std::to_string(*card.evseId) + " only"
+                               : "the card may charge";
+        case RfidCardStatus::Expired:
+            return AuthListManager::dateExpired(card) ? "the card expired on " + times.show(*card.expiryDate)
+                                                      : "the card is marked as expired";
+        case RfidCardStatus::Blocked:
+            return "the card is blocked";
+        case RfidCardStatus::Invalid:
+            return "the card is marked as invalid";
+        case RfidCardStatus::ConcurrentTx:
+            return "the card is in another transaction";
+        case RfidCardStatus::Operator:
+            return "the card is one of the operator's staff; what it may do is the controller's decision";
+    }
+    return "the record has a status that does not exist";
+}
+
+Verdict lookUp(OpenedList& list, const std::string& key, const Session& session) {
+    const auto stored = list.manager().retrieveRecord(key, KeyRepresentation::Key);
+    if (!stored) return {"Unknown", "no card of the list has this key", ExitStatus::Unknown, std::nullopt};
+    requireOwnId(*stored, list, session);
+    auto card = list.manager().getByKey(key);
+    if (card) {
+        const bool isAccepted = card->status == RfidCardStatus::Accepted;
+        return {isAccepted ? "Accepted" : "Refused", reasonOf(*card, session.times()),
+                isAccepted ? ExitStatus::Done : ExitStatus::No, card};
+    }
+    // The library says nothing about why; either the record is gone now, or it could not be written.
+    if (lifetimeIsOver(*stored) && !list.manager().retrieveRecord(key, KeyRepresentation::Key)) {
+        return {"Refused", "the lifetime of the record is over; it was removed", ExitStatus::No, stored};
+    }
+    throw ToolError(ExitStatus::Storage, list.path() +
+                                             ": the access cannot be stored, so the controller would refuse " +
+                                             nameOf(*stored, session) + " (is the list read-only or in use?)");
+}
+
+void print(const Verdict& verdict, const Session& session) {
+    const CardPrinter printer(session);
+    const auto& card = verdict.card;
+    if (session.options.output == OutputFormat::Json) {
+        session.out() << JsonObject()
+                             .text("verdict", verdict.word)
+                             .text("reason", verdict.reason)
+                             .json("card", card ? printer.json(*card) : "null")
+                             .str()
+                      << '\n';
+        return;
+    }
+    if (session.options.output == OutputFormat::Csv) {
+        const auto field = [&card](const std::string& text) { return card ? text : std::string(); };
+        session.out() << "verdict,reason,id,description,parentId,evseId,expiryDate\n"
+                      << csvLine({verdict.word, verdict.reason, field(card ? std::to_string(card->id.value_or(0)) : ""),
+                                  field(card ? card->description : ""), field(card ? card->parentId.value_or("") : ""),
+                                  field(card && card->evseId ? std::to_string(*card->evseId) : ""),
+                                  field(card && card->expiryDate ? session.times().show(*card->expiryDate) : "")})
+                      << '\n';
+        return;
+    }
+    const Colour colour = verdict.status == ExitStatus::Done ? Colour::Green : Colour::Red;
+    session.out() << (session.outTerminal().hasColour ? coloured(verdict.word, colour) : verdict.word) << ": "
+                  << verdict.reason << '\n';
+    if (!card) return;
+    session.out() << "Description  " << printable(card->description) << '\n'
+                  << "Parent       " << printable(card->parentId.value_or("none")) << '\n'
+                  << "EVSE         " << (card->evseId ? std::to_string(*card->evseId) : "any") << '\n'
+                  << "Expiry       " << printer.expiry(*card) << '\n';
+}
+
+ExitStatus authorize(const Session& session, const std::string& key) {
+    if (key.empty()) throw ToolError(ExitStatus::Usage, "KEY: an empty key cannot be looked up");
+    OpenedList list(session.list(), session);
+    const Verdict verdict = lookUp(list, key, session);
+    print(verdict, session);
+    return verdict.status;
+}
+
+ExitStatus show(const Session& session, const CardSelection& selection) {
+    OpenedList list(session.list(), session);
+    const auto cards = selection.resolve(list, session);
+    const CardPrinter printer(session);
+    if (session.options.output == OutputFormat::Table) {
+        for (const RfidCard& card : cards) {
+            if (&card != cards.data()) session.out() << '\n';
+            printer.printDetails(card);
+        }
+        return ExitStatus::Done;
+    }
+    RecordsOutput output(session, CardPrinter::columns(), CardPrinter::csvNames());
+    for (const RfidCard& card : cards) output.print({printer.record(card)});
+    output.finish("");
+    return ExitStatus::Done;
+}
+
+}  // namespace
+
+void addLookupCommands(CommandLine& line) {
+    const auto key = std::make_shared<std::string>();
+    line.add("authorize", "What the controller answers to a card, and why; counts as an access",
+             "-l site.db authorize 04A2B3C4", [key](const Session& session) { return authorize(session, *key); })
+        .add_option("KEY", *key, "The presented card's key")
+        ->required();
+
+    const auto selection = std::make_shared<CardSelection>();
+    selection->addOptions(line.add("show", "Everything that is stored about cards; changes nothing",
+                                   "-l site.db show 04A2B3C4\n"
+                                   "-l site.db show --id 7 --id 8\n"
+                                   "-l site.db show 04A2B3C4 --show-keys --output json",
+                                   [selection](const Session& session) { return show(session, *selection); }),
+                          false);
+}
+
+}  // namespace oru::kadi::authlist::tool

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Options.h"
+#include "authlist/IDbAccessor.h"
+#include "authlist/RfidCard.h"
+
+namespace oru::kadi::authlist::tool {
+
+/// Something wrong with a list; recordId where it is one record's.
+struct Finding {
+    std::optional<unsigned> recordId;
+    std::string text;
+};
+
+/// A list in a file: what the tool does with the file as a whole, which each store does in its own way.
+/// Failures are ToolError or exceptions of the library.
+class ListStorage {
+public:
+    /// Told how many records are written; what it throws ends the writing, and nothing changes.
+    using ReportProgress = std::function<void(std::size_t)>;
+
+    explicit ListStorage(std::string path) : mPath(std::move(path)) {}
+    ListStorage(const ListStorage&) = delete;
+    ListStorage& operator=(const ListStorage&) = delete;
+    virtual ~ListStorage() = default;
+
+    const std::string& path() const { return mPath; }
+    virtual Store store() const = 0;
+
+    /// How many records a list may have.
+    virtual unsigned capacity() const = 0;
+
+    /// Opens the list, and creates it when it is missing.
+    virtual std::unique_ptr<IDbAccessor> open() const = 0;
+
+    /// After the accessor is gone: makes the file belong to whom it belonged before.
+    virtual void keepOwner() const {}
+
+    /// Replaces all cards, and the version where one is given. Either all of it happens or nothing, also when the power
+    /// fails. The list is created when it is missing, and must not be open.
+    virtual void replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
+                            const ReportProgress& report) const = 0;
+
+    /// Writes a copy of the list to a new file.
+    virtual void backUp(const std::string& target) const = 0;
+
+    /// What is wrong with the file, with the records taken one by one. Hands each readable record to visit.
+    virtual std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const = 0;
+
+    /// An id for a new card; none where the store gives ids that are free.
+    virtual std::optional<unsigned> nextId(const IDbAccessor& accessor) const = 0;
+
+private:
+    std::string mPath;
+};
+
+/// The list that is there. Throws ToolError when there is none, or one of another kind than the wanted one.
+std::unique_ptr<ListStorage> existingList(const std::string& path, std::optional<Store> wanted);
+
+/// The same where the list may be missing.
+std::unique_ptr<ListStorage> existingOrNewList(const std::string& path, std::optional<Store> wanted);
+
+/// The list that would be made in a new file.
+std::unique_ptr<ListStorage> newList(const std::string& path, Store store);
+
+}  // namespace oru::kadi::authlist::tool

@@ -1,0 +1,203 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "storage/SqliteList.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "Outcome.h"
+#include "authlist/Timestamp.h"
+#include "authlist/db/sqlite/SqlStatementBuilder.h"
+#include "authlist/db/sqlite/SqliteConnector.h"
+#include "authlist/db/sqlite/SqliteDbAccessor.h"
+#include "storage/FileBytes.h"
+
+namespace oru::kadi::authlist::tool {
+namespace {
+
+namespace fs = std::filesystem;
+using db::sqlite::DbTableType;
+using db::sqlite::SqliteConnector;
+using db::sqlite::SqliteStatement;
+using db::sqlite::SqlRow;
+using db::sqlite::SqlRows;
+using db::sqlite::SqlStatementBuilder;
+
+constexpr std::size_t pageBytes = 4096;
+constexpr unsigned largestId = 2147483646;  // with the next one SQLite's ids are used up
+
+SqlRows query(const SqlStatementBuilder& builder, const std::string& sql) {
+    return builder.unpackFields(builder.prepareStatement(sql, {}));
+}
+
+std::string textOf(const SqlRow& row, std::size_t column) {
+    if (const auto* const text = std::get_if<std::string>(&row.at(column))) return *text;
+    if (const auto* const number = std::get_if<int>(&row.at(column))) return std::to_string(*number);
+    return {};
+}
+
+void run(const SqlStatementBuilder& builder, const SqliteStatement& statement) { builder.anyRowReturned(statement); }
+
+void insert(const SqlStatementBuilder& builder, const RfidCard& card) {
+    run(builder, builder.getCreateRfidCardStatement(card));
+    const unsigned id = card.id ? *card.id : static_cast<unsigned>(builder.getIdFromLastAddedCard());
+    for (const RfidTag& tag : card.tags) run(builder, builder.getCreateRfidTagStatement(tag, id));
+}
+
+void rollBack(const SqlStatementBuilder& builder) {
+    try {
+        builder.rollbackTransaction();
+    } catch (const std::exception&) {  // after some failures, such as a full disk, SQLite has done it already
+    }
+}
+
+/// Removes a database that was made for nothing.
+class NewFile {
+public:
+    explicit NewFile(const std::string& path) : mPath(path), mIsNew(!fs::exists(path)) {}
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile() {
+        std::error_code ignored;
+        if (mIsNew) fs::remove(mPath, ignored);
+    }
+    void keep() { mIsNew = false; }
+
+private:
+    std::string mPath;
+    bool mIsNew;
+};
+
+void inspectDatabase(const SqlStatementBuilder& builder, std::vector<Finding>& findings) {
+    for (const SqlRow& row : query(builder, "PRAGMA integrity_check")) {
+        if (textOf(row, 0) != "ok") findings.push_back({std::nullopt, "the database is damaged: " + textOf(row, 0)});
+    }
+    for (const SqlRow& row : query(builder,
+                                   "SELECT id, hash FROM rfid_tag WHERE rfid_card NOT IN "
+                                   "(SELECT id FROM rfid_card)")) {
+        findings.push_back({std::nullopt, "the tag with the hash " + textOf(row, 1) + " belongs to no card"});
+    }
+    for (const SqlRow& row : query(builder, "SELECT COUNT(*) FROM metadata")) {
+        if (textOf(row, 0) != "0" && textOf(row, 0) != "1") {
+            findings.push_back({std::nullopt, "the list has " + textOf(row, 0) + " versions"});
+        }
+    }
+}
+
+void inspectRecord(const SqlStatementBuilder& builder, const SqlRow& row, std::vector<Finding>& findings,
+                   const std::function<void(const RfidCard&)>& visit) {
+    const auto id = static_cast<unsigned>(std::get<int>(row.at(0)));
+    try {
+        for (const RfidCard& card : builder.retrieveRfidCards(builder.getRecordById(id))) visit(card);
+    } catch (const std::exception& error) {
+        findings.push_back({id, std::string("cannot be read: ") + error.what()});
+    }
+    const std::string expiry = textOf(row, 1);
+    if (!expiry.empty() && !stringToTimestamp(expiry)) {
+        findings.push_back({id, "the expiry date \"" + expiry + "\" is no time, so the card never expires"});
+    }
+}
+
+}  // namespace
+
+bool SqliteList::recognises(std::string_view begin) {
+    constexpr std::string_view magic("SQLite format 3\0", recognisedBytes);
+    return begin == magic;
+}
+
+unsigned SqliteList::capacity() const { return largestId; }
+
+void SqliteList::requireList() const {
+    if (!fs::exists(path())) return;
+    // Nearly always the first page names the tables; opening a large list once more would take long.
+    const std::string begin = readFileBegin(path(), pageBytes);
+    if (begin.empty() ||
+        (begin.find("\"rfid_card\"") != std::string::npos && begin.find("\"rfid_tag\"") != std::string::npos)) {
+        return;
+    }
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    const auto tables = query(builder,
+                              "SELECT SUM(name IN ('metadata', 'rfid_card', 'rfid_tag')), COUNT(*) "
+                              "FROM sqlite_master WHERE type = 'table'");
+    if (textOf(tables.front(), 0) == "3" || textOf(tables.front(), 1) == "0") return;
+    throw ToolError(ExitStatus::Storage, path() + ": is a SQLite database, but no authorization list");
+}
+
+std::unique_ptr<IDbAccessor> SqliteList::open() const {
+    requireList();
+    return std::make_unique<db::sqlite::SqliteDbAccessor>(path());
+}
+
+void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
+                            const ReportProgress& report) const {
+    requireList();
+    NewFile file(path());
+    {
+        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+        builder.createTables({DbTableType::Metadata, DbTableType::RfidCard, DbTableType::RfidTag});
+        builder.createTagIndex();
+        builder.beginTransaction();
+        try {
+            run(builder, builder.getDeleteAllCardsStatement());
+            std::size_t written = 0;
+            for (const RfidCard& card : cards) {
+                insert(builder, card);
+                report(++written);
+            }
+            if (version) run(builder, builder.getUpdateVersionStatement(*version));
+            builder.commitTransaction();
+        } catch (...) {
+            rollBack(builder);
+            throw;
+        }
+    }
+    file.keep();
+}
+
+void SqliteList::backUp(const std::string& target) const {
+    requireList();
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    run(builder, builder.prepareStatement("VACUUM INTO ?", {target}));
+    std::error_code ignored;
+    fs::permissions(target, fs::status(path()).permissions(), ignored);
+    flushFile(target);
+}
+
+std::vector<Finding> SqliteList::inspect(const std::function<void(const RfidCard&)>& visit) const {
+    requireList();
+    std::vector<Finding> findings;
+    try {
+        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+        inspectDatabase(builder, findings);
+        for (const SqlRow& row : query(builder, "SELECT id, expiry_date FROM rfid_card ORDER BY id")) {
+            inspectRecord(builder, row, findings, visit);
+        }
+    } catch (const std::exception& error) {
+        findings.push_back({std::nullopt, std::string("the database cannot be read: ") + error.what()});
+    }
+    return findings;
+}
+
+std::optional<unsigned> SqliteList::nextId(const IDbAccessor& accessor) const {
+    const auto last = accessor.readRecordRange(1, 0, std::nullopt, std::nullopt, std::nullopt,
+                                               SortingAndFilteringKey::Id, SortingOrder::Descending);
+    if (!last.empty() && last.front().id >= largestId) {
+        throw ToolError(ExitStatus::Refused, path() + ": the ids are used up; give one with --id");
+    }
+    return std::nullopt;
+}
+
+std::string SqliteList::journalMode() const {
+    requireList();
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    return textOf(query(builder, "PRAGMA journal_mode").front(), 0);
+}
+
+std::string SqliteList::setJournalMode(const std::string& mode) const {
+    requireList();
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    return textOf(query(builder, "PRAGMA journal_mode = " + mode).front(), 0);
+}
+
+}  // namespace oru::kadi::authlist::tool
