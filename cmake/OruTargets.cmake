@@ -41,3 +41,12 @@ function(oru_configure_library target include_dir)
     install(TARGETS ${target} EXPORT oru-kadi-authlist-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
     install(DIRECTORY ${include_dir}/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 endfunction()
+
+# Lets target, which is installed in folder, find the libraries under any prefix; CMake's own variables come first.
+function(oru_set_install_rpath target folder)
+    if(NOT DEFINED CMAKE_INSTALL_RPATH)
+        file(RELATIVE_PATH libraries ${folder} ${CMAKE_INSTALL_FULL_LIBDIR})
+        cmake_path(APPEND path $ORIGIN ${libraries})
+        set_target_properties(${target} PROPERTIES INSTALL_RPATH ${path})
+    endif()
+endfunction()
