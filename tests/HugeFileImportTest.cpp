@@ -7,6 +7,7 @@
 #include <string>
 
 #include "authlist/AuthListManager.h"
+#include "support/Emulator.h"
 #include "support/NamedCase.h"
 #include "support/PeakMemory.h"
 #include "support/TemporaryFolder.h"
@@ -17,8 +18,8 @@ namespace {
 
 constexpr std::uint64_t megabyte = 1'000'000;
 
-// Sanitizers take their time over each byte, and hide the memory that the size is about.
-constexpr std::uint64_t huge = (test::memoryCanBeMeasured ? 200 : 20) * megabyte;
+// Sanitizers and emulators take their time over each byte.
+const std::uint64_t huge = (test::memoryCanBeMeasured && !test::isEmulated() ? 200 : 20) * megabyte;
 
 /// A file of equal bytes; NUL bytes take no room on the disk.
 void writeHugeFile(const std::string& file, char byte, std::uint64_t size) {

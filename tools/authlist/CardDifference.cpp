@@ -4,22 +4,16 @@
 #include <map>
 #include <optional>
 
-#include "CardPrinter.h"
+#include "FieldText.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
 
 std::string orNone(const std::optional<std::string>& text) { return text ? *text : "none"; }
 
-std::string numberOr(const std::optional<unsigned>& number, const char* none) {
-    return number ? std::to_string(*number) : none;
-}
-
 std::string expiryOf(const RfidCard& card, const TimeText& times) {
     return card.expiryDate ? times.show(*card.expiryDate) : "never";
 }
-
-bool hasKey(const RfidTag& tag) { return tag.key && !tag.key->empty(); }
 
 // A tag's identity and what else is compared of it: whether the plain key is there, and its extra data.
 using TagContents = std::map<std::string, std::string>;
@@ -56,16 +50,20 @@ std::vector<FieldDifference> differencesOf(const RfidCard& before, const RfidCar
     const auto compare = [&differences](const char* field, const std::string& a, const std::string& b) {
         if (a != b) differences.push_back({field, a, b});
     };
+    // A text may read "none" too.
+    const auto compareText = [&differences](const char* field, const auto& a, const auto& b) {
+        if (a != b) differences.push_back({field, orNone(a), orNone(b)});
+    };
     compare("description", before.description, after.description);
     if (contentsOf(before, onlyCsv) != contentsOf(after, onlyCsv)) {
         differences.push_back({"tags", tagText(before, onlyCsv, keys), tagText(after, onlyCsv, keys)});
     }
     compare("status", statusName(before.status), statusName(after.status));
     compare("expiryDate", expiryOf(before, times), expiryOf(after, times));
-    compare("parentId", orNone(before.parentId), orNone(after.parentId));
+    compareText("parentId", before.parentId, after.parentId);
     compare("evseId", numberOr(before.evseId, "any"), numberOr(after.evseId, "any"));
     if (onlyCsv) return differences;
-    compare("extraData", orNone(before.extraData), orNone(after.extraData));
+    compareText("extraData", before.extraData, after.extraData);
     compare("recordLifetime", numberOr(before.recordLifetime, "none"), numberOr(after.recordLifetime, "none"));
     return differences;
 }

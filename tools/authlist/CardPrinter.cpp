@@ -2,22 +2,12 @@
 #include "CardPrinter.h"
 
 #include <ostream>
-#include <stdexcept>
 
+#include "FieldText.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
 
 namespace oru::kadi::authlist::tool {
-namespace {
-
-std::string numberOr(const std::optional<unsigned>& number, const char* none) {
-    return number ? std::to_string(*number) : none;
-}
-
-bool hasKey(const RfidTag& tag) { return tag.key && !tag.key->empty(); }
-
-}  // namespace
-
 Colour colourOf(RfidCardStatus status) {
     switch (status) {
         case RfidCardStatus::Accepted:
@@ -27,14 +17,6 @@ Colour colourOf(RfidCardStatus status) {
             return Colour::Red;
         default:
             return Colour::Yellow;
-    }
-}
-
-std::string statusName(RfidCardStatus status) {
-    try {
-        return std::string(statusToText(status));
-    } catch (const std::invalid_argument&) {
-        return "status " + std::to_string(static_cast<int>(status));
     }
 }
 

@@ -41,7 +41,4 @@ private:
 
 Colour colourOf(RfidCardStatus status);
 
-/// Its text; of a status that does not exist, which a damaged file may hold, its number.
-std::string statusName(RfidCardStatus status);
-
 }  // namespace oru::kadi::authlist::tool

@@ -88,13 +88,15 @@ std::vector<RfidCard> CardSelection::resolveSingly(OpenedList& list, const Sessi
     const AuthListManager& manager = list.manager();
     std::vector<RfidCard> cards;
     for (const std::string& key : keys) {
+        if (key.empty()) throw ToolError(ExitStatus::Usage, "KEY: a key must not be empty");
         cards.push_back(
             required(manager.retrieveRecord(key, KeyRepresentation::Key), list, "key " + session.keys()(key)));
     }
     for (const std::string& text : hashes) {
-        // Lists from elsewhere may hold a hash in capitals.
-        auto card = manager.retrieveRecord(readHash(text, "--hash"), KeyRepresentation::Hash);
-        if (!card) card = manager.retrieveRecord(text, KeyRepresentation::Hash);
+        // Lists from elsewhere may hold a hash in capitals, which counts as another one than in small letters.
+        const std::string lower = readHash(text, "--hash");
+        auto card = manager.retrieveRecord(text, KeyRepresentation::Hash);
+        if (!card) card = manager.retrieveRecord(lower, KeyRepresentation::Hash);
         cards.push_back(required(std::move(card), list, "hash " + text));
     }
     for (const std::string& text : ids) {

@@ -21,6 +21,7 @@ struct CardSelection {
     std::vector<std::string> filters;
 
     void addOptions(CLI::App& command, bool withFilters);
+    bool isEmpty() const { return keys.empty() && hashes.empty() && ids.empty() && filters.empty(); }
 
     /// Each card once, in the order given; with filters by ascending id. Throws ToolError when nothing or too much is
     /// chosen, and when one of the cards is not in the list.

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "CardTags.h"
 #include "Numbers.h"
 #include "Outcome.h"
 #include "TimeText.h"
@@ -12,6 +13,7 @@
 #include "authlist/JsonExchange.h"
 #include "oru/common/Split.h"
 #include "oru/common/lwjson/Deserializer.h"
+#include "storage/ListStorage.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
@@ -22,11 +24,15 @@ using common::lwjson::Deserializer;
     throw ToolError(ExitStatus::Refused, place + ": " + reason);
 }
 
+char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 bool endsLike(const std::string& file, std::string_view extension) {
     if (file.size() < extension.size()) return false;
     return std::equal(extension.begin(), extension.end(), file.end() - static_cast<std::ptrdiff_t>(extension.size()),
-                      [](char wanted, char c) { return wanted == (c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c); });
+                      [](char wanted, char c) { return wanted == lowerCase(c); });
 }
+
+char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
 void requireDate(const std::string& text, const std::string& place) {
     if (!text.empty() && !exactTimestamp(text))
@@ -68,21 +74,40 @@ std::size_t firstBadLine(const std::string& text) {
     return bad != lines.end() ? bad->number : lines.back().number;
 }
 
-// Of a text that the library has read.
-void checkCsvDates(const std::string& text, const std::string& name) {
+void requireNumber(std::string_view text, const char* field, std::uint32_t smallest, const std::string& place) {
+    try {
+        readNumber(std::string(text), field, smallest);
+    } catch (const ToolError& error) {
+        refuse(place, error.what());
+    }
+}
+
+void checkCsvCard(std::string_view line, char separator, const std::string& place) {
+    auto columns = common::split<std::string_view>(line, {&separator, 1}, '"');
+    trimCsvColumns(columns);
+    if (columns.size() != 7) return;
+    requireNumber(columns[0], "id", 0, place);
+    if (columns[4] != "*") requireNumber(columns[4], "EVSE", 1, place);
+    requireDate(std::string(columns[6]), place);
+}
+
+bool isSeparatorLine(std::string_view line) {
+    return line.size() == 5 && endsLike(std::string(line.substr(0, 4)), "sep=");
+}
+
+// Of a text that the library has read. A letter separates as its capital does.
+void checkCsvCards(const std::string& text, const std::string& name) {
     char separator = ',';
     bool isAtStart = true;
     for (const Line& line : linesOf(text)) {
         if (isAtStart && line.text.size() == 5) {
-            if (line.text.substr(3, 1) == "=") separator = line.text.back();
+            if (isSeparatorLine(line.text)) separator = upperCase(line.text.back());
             continue;
         }
         const bool isHeader = isAtStart && line.text.starts_with("id");
-        if (!line.text.empty()) isAtStart = false;
-        if (line.text.empty() || isHeader) continue;
-        auto columns = common::split<std::string_view>(line.text, {&separator, 1}, '"');
-        trimCsvColumns(columns);
-        if (!columns.empty()) requireDate(std::string(columns.back()), name + ": line " + std::to_string(line.number));
+        if (line.text.empty()) continue;
+        isAtStart = false;
+        if (!isHeader) checkCsvCard(line.text, separator, name + ": line " + std::to_string(line.number));
     }
 }
 
@@ -93,7 +118,7 @@ ExchangedList readCsv(const std::string& text, const std::string& name) {
     } catch (const std::exception& error) {
         refuse(name + ": line " + std::to_string(firstBadLine(text)), error.what());
     }
-    checkCsvDates(text, name);
+    checkCsvCards(text, name);
     return list;
 }
 
@@ -106,16 +131,11 @@ std::string textOf(const Deserializer& member) {
     return text;
 }
 
-void requireNumber(const Deserializer& card, const char* key, const std::string& place) {
+void requireNumberOrNone(const Deserializer& card, const char* key, std::uint32_t smallest, const std::string& place) {
     const auto member = card.findMember(key);
     if (!member || member->isNull()) return;
     const std::string text = member->isScalar() ? textOf(*member) : std::string(member->rawText());
-    if (text.empty()) return;
-    try {
-        readNumber(text, key);
-    } catch (const ToolError& error) {
-        refuse(place, error.what());
-    }
+    if (!text.empty()) requireNumber(text, key, smallest, place);
 }
 
 void checkJsonCard(const Deserializer& card, const std::string& place) {
@@ -125,8 +145,8 @@ void checkJsonCard(const Deserializer& card, const std::string& place) {
     } catch (const std::exception& error) {
         refuse(place, error.what());
     }
-    requireNumber(card, "evseId", place);
-    requireNumber(card, "recordLifetime", place);
+    requireNumberOrNone(card, "evseId", 1, place);
+    requireNumberOrNone(card, "recordLifetime", 0, place);
     const auto expiry = card.findMember("expiryDate");
     if (expiry && expiry->isScalar() && !expiry->isNull()) requireDate(textOf(*expiry), place);
 }
@@ -134,8 +154,17 @@ void checkJsonCard(const Deserializer& card, const std::string& place) {
 std::optional<unsigned> versionOf(const Deserializer& json, const std::string& name) {
     const auto member = json.findMember("listVersion");
     if (!member || !member->isScalar() || member->isNull() || textOf(*member).empty()) return std::nullopt;
-    requireNumber(json, "listVersion", name);
+    requireNumberOrNone(json, "listVersion", 0, name);
     return readNumber(textOf(*member), "listVersion");
+}
+
+// Storage compares hashes byte by byte, so that no key would find one with capitals.
+void toLowerCase(std::vector<RfidCard>& cards) {
+    for (RfidCard& card : cards) {
+        for (RfidTag& tag : card.tags) {
+            for (char& c : tag.hash) c = lowerCase(c);
+        }
+    }
 }
 
 ExchangedList readJson(const std::string& text, const std::string& name) {
@@ -152,11 +181,9 @@ ExchangedList readJson(const std::string& text, const std::string& name) {
     std::size_t number = 0;
     cards->forEachElement(
         [&](const Deserializer& card) { checkJsonCard(card, name + ": record " + std::to_string(++number)); });
-    return {deserializeRfidsFromJson(text), versionOf(json, name)};
-}
-
-std::string nameOf(const RfidTag& tag, const KeyMask& keys) {
-    return tag.key && !tag.key->empty() ? "key " + keys(*tag.key) : "hash " + tag.hash;
+    ExchangedList list{deserializeRfidsFromJson(text), versionOf(json, name)};
+    toLowerCase(list.cards);
+    return list;
 }
 
 }  // namespace
@@ -190,6 +217,10 @@ void requireStorable(const std::vector<RfidCard>& cards, unsigned capacity, cons
         const std::string place = name + ": record " + std::to_string(i + 1);
         const RfidCard& card = cards[i];
         if (card.tags.empty()) refuse(place, "has neither a key nor a hash");
+        if (card.id > ListStorage::largestId) {
+            refuse(place,
+                   "the id " + std::to_string(*card.id) + " is beyond " + std::to_string(ListStorage::largestId));
+        }
         if (card.id) {
             const auto [first, isNew] = ids.emplace(*card.id, i + 1);
             if (!isNew) {
@@ -198,6 +229,7 @@ void requireStorable(const std::vector<RfidCard>& cards, unsigned capacity, cons
             }
         }
         for (const RfidTag& tag : card.tags) {
+            if (tag.key && tag.key->empty()) refuse(place, "has an empty key");
             const auto [first, isNew] = hashes.emplace(tag.hash, i + 1);
             if (!isNew) refuse(place, "has the " + nameOf(tag, keys) + ", as record " + std::to_string(first->second));
         }

@@ -1,17 +1,31 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "KeyMask.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <vector>
 
 namespace oru::kadi::authlist::tool {
 
+namespace {
+
+// Where the characters of UTF-8 text begin, and its end.
+std::vector<std::size_t> boundariesOf(const std::string& text) {
+    std::vector<std::size_t> boundaries;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0U) != 0x80U) boundaries.push_back(i);
+    }
+    boundaries.push_back(text.size());
+    return boundaries;
+}
+
+}  // namespace
+
 std::string KeyMask::operator()(const std::string& key) const {
     if (mShowsKeys) return key;
-    // Other bytes than ASCII are parts of characters, which must not be cut apart.
-    const bool isAscii =
-        std::all_of(key.begin(), key.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
-    if (key.size() < 8 || !isAscii) return "****";
-    return key.substr(0, 2) + "****" + key.substr(key.size() - 2);
+    const auto boundaries = boundariesOf(key);
+    const std::size_t characters = boundaries.size() - 1;
+    if (characters < 8) return "****";
+    return key.substr(0, boundaries[2]) + "****" + key.substr(boundaries[characters - 2]);
 }
 
 }  // namespace oru::kadi::authlist::tool

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <map>
 
+#include "CommandLineWords.h"
 #include "Outcome.h"
 #include "Session.h"
 #include "commands/Commands.h"
@@ -14,8 +15,7 @@
 namespace oru::kadi::authlist::tool {
 namespace {
 
-int report(const Session& session, std::string line, ExitStatus status) {
-    while (!line.empty() && line.back() == '\n') line.pop_back();
+int report(const Session& session, const std::string& line, ExitStatus status) {
     session.note(line);
     return static_cast<int>(status);
 }
@@ -29,6 +29,10 @@ std::string withAdvice(const std::string& message) {
         return message + "; may you write the file and its folder?";
     if (message.find("malformed") != std::string::npos || message.find("not a database") != std::string::npos) {
         return message + "; \"check\" tells what is damaged";
+    }
+    if (message.find("was not found in N3oru") != std::string::npos) {
+        return message.substr(0, message.find(" was not found")) +
+               " is a status of a record, but does not exist; \"check\" tells of which record";
     }
     return message;
 }
@@ -60,7 +64,6 @@ void addOptions(CLI::App& app, Options& options) {
         ->type_name("FORMAT");
     app.add_flag("--local", options.isLocalTime, "Local time instead of UTC");
     app.add_flag("--show-keys", options.showsKeys, "Do not mask plain keys");
-    app.add_flag("-v,--verbose", options.isVerbose, "Print the library's messages on standard error");
 }
 
 void addCommands(CommandLine& line) {
@@ -69,7 +72,8 @@ void addCommands(CommandLine& line) {
     addStatsCommand(line);
     addDiffCommand(line);
     addCheckCommand(line);
-    addAddUpdateCommands(line);
+    addAddCommand(line);
+    addUpdateCommand(line);
     addRemoveCommands(line);
     addExchangeCommands(line);
     addSmallCommands(line);
@@ -82,9 +86,9 @@ int runChosen(const CommandLine& line, const Session& session) {
         if (!std::cout) return report(session, "standard output cannot be written", ExitStatus::Storage);
         return static_cast<int>(status);
     } catch (const ToolError& error) {
-        return report(session, withAdvice(error.what()), error.status());
+        return report(session, withAdvice(reasonOf(error)), error.status());
     } catch (const std::exception& error) {
-        return report(session, session.options.list + ": " + withAdvice(error.what()), ExitStatus::Storage);
+        return report(session, session.options.list + ": " + withAdvice(reasonOf(error)), ExitStatus::Storage);
     }
 }
 
@@ -99,8 +103,9 @@ int run(int argc, char** argv) {
     addOptions(app, session.options);
     CommandLine line(app, session);
     addCommands(line);
+    takeWordsAsTheyStand(app);
     try {
-        app.parse(argc, argv);
+        app.parse(wordsForParser(argc, argv));
     } catch (const CLI::Success& request) {
         return app.exit(request);
     } catch (const CLI::ParseError& error) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <charconv>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -21,11 +22,14 @@ inline std::uint32_t readNumber(const std::string& text, const std::string& what
                                            " to " + std::to_string(largest));
 }
 
-/// A number with commas between thousands.
-inline std::string withThousands(std::uint64_t number) {
-    std::string text = std::to_string(number);
-    for (std::size_t i = text.size(); i > 3; i -= 3) text.insert(i - 3, 1, ',');
-    return text;
+/// Digits with commas between thousands.
+inline std::string grouped(std::string digits) {
+    for (std::size_t position = digits.size(); position > 3;) digits.insert(position -= 3, ",");
+    return digits;
 }
+
+inline std::string withThousands(std::uint64_t number) { return grouped(std::to_string(number)); }
+
+inline std::string cardsText(std::size_t count) { return withThousands(count) + (count == 1 ? " card" : " cards"); }
 
 }  // namespace oru::kadi::authlist::tool

@@ -16,7 +16,6 @@ struct Options {
     OutputFormat output = OutputFormat::Table;
     bool isLocalTime = false;
     bool showsKeys = false;
-    bool isVerbose = false;
 };
 
 }  // namespace oru::kadi::authlist::tool

@@ -27,4 +27,11 @@ private:
     ExitStatus mStatus;
 };
 
+/// What an error says, without the line feed at the end that SQLite's errors have.
+inline std::string reasonOf(const std::exception& error) {
+    std::string reason = error.what();
+    while (!reason.empty() && reason.back() == '\n') reason.pop_back();
+    return reason;
+}
+
 }  // namespace oru::kadi::authlist::tool

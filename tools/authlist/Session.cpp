@@ -57,9 +57,6 @@ void OpenedList::open() {
     mAccessor = accessor.get();
     AuthListConfiguration configuration;
     configuration.maxRecords = mStorage->capacity();
-    if (mSession.options.isVerbose) {
-        configuration.logCallback = [this](const std::string& message, bool) { mSession.note(message); };
-    }
     mManager.emplace(std::move(accessor), std::move(configuration));
 }
 

@@ -4,13 +4,14 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include "CardPrinter.h"
+#include "FieldText.h"
 #include "Numbers.h"
 #include "authlist/KeyHash.h"
 #include "commands/Commands.h"
 #include "oru/common/lwjson/Deserializer.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
+#include "output/RecordsOutput.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
@@ -57,7 +58,9 @@ private:
         if (!isLowerCaseHash(tag.hash)) {
             report(id,
                    "its hash \"" + tag.hash + "\" is not 64 hexadecimal digits in lower case, so no key matches it");
-        } else if (tag.key && !tag.key->empty() && hashKey(*tag.key) != tag.hash) {
+        } else if (tag.hash == hashKey("")) {
+            report(id, "has an empty key");
+        } else if (hasKey(tag) && hashKey(*tag.key) != tag.hash) {
             report(id, "the hash of its key " + mKeys(*tag.key) + " is another one, so the key does not find it");
         }
         if (tag.extraData && !isJsonObject(*tag.extraData)) {

@@ -33,11 +33,12 @@ private:
 };
 
 // One function a command group, each in a file of its name.
-void addLookupCommands(CommandLine& line);     // authorize, show
-void addListCommands(CommandLine& line);       // list, find, count
-void addAddUpdateCommands(CommandLine& line);  // add, update
-void addRemoveCommands(CommandLine& line);     // remove, clear
-void addExchangeCommands(CommandLine& line);   // import, export, copy
+void addLookupCommands(CommandLine& line);  // authorize, show
+void addListCommands(CommandLine& line);    // list, find, count
+void addAddCommand(CommandLine& line);
+void addUpdateCommand(CommandLine& line);
+void addRemoveCommands(CommandLine& line);    // remove, clear
+void addExchangeCommands(CommandLine& line);  // import, export, copy
 void addStatsCommand(CommandLine& line);
 void addDiffCommand(CommandLine& line);
 void addCheckCommand(CommandLine& line);

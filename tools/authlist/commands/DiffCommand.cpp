@@ -9,6 +9,7 @@
 #include "CardPrinter.h"
 #include "CardQuery.h"
 #include "ExchangeFile.h"
+#include "FieldText.h"
 #include "Numbers.h"
 #include "commands/Commands.h"
 #include "output/Json.h"
@@ -144,8 +145,7 @@ private:
 
     // CSV does not carry the others.
     bool isCompared(const RfidCard& card) const {
-        return !mOnlyCsv || std::any_of(card.tags.begin(), card.tags.end(),
-                                        [](const RfidTag& tag) { return tag.key && !tag.key->empty(); });
+        return !mOnlyCsv || std::any_of(card.tags.begin(), card.tags.end(), hasKey);
     }
 
     static std::optional<RfidCard> partner(const RfidCard& card, Side& side) {

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "ExchangeFile.h"
+#include "FieldText.h"
 #include "Interruption.h"
 #include "Numbers.h"
 #include "authlist/Timestamp.h"
@@ -25,8 +26,6 @@ CLI::Option* addFormatOption(CLI::App& command, std::optional<std::string>& form
         ->check(CLI::IsMember({"csv", "json"}))
         ->type_name("FORMAT");
 }
-
-std::string cardsText(std::size_t count) { return withThousands(count) + (count == 1 ? " card" : " cards"); }
 
 void replaceAll(const ListStorage& storage, const std::vector<RfidCard>& cards, std::optional<unsigned> version,
                 const char* title, const Session& session) {
@@ -109,7 +108,7 @@ ExitStatus import(const Session& session, const ImportOptions& options) {
         throw ToolError(error.status(), error.what() + (storage ? stateOf(*storage, session) : ""));
     } catch (const std::exception& error) {
         throw ToolError(ExitStatus::Storage,
-                        session.options.list + ": " + error.what() + (storage ? stateOf(*storage, session) : ""));
+                        session.options.list + ": " + reasonOf(error) + (storage ? stateOf(*storage, session) : ""));
     }
     OpenedList list(session.list(), session);
     session.out() << "Imported " << cardsText(list.manager().countRecords()) << " into " << list.path() << ".\n";
@@ -127,18 +126,17 @@ struct ExportOptions {
 void requireOther(const std::string& file, const std::string& list) {
     std::error_code ignored;
     if (fs::equivalent(file, list, ignored)) {
-        throw ToolError(ExitStatus::Refused, file + ": is the list itself; export to another file");
+        throw ToolError(ExitStatus::Storage, file + ": is the list itself; export to another file");
     }
 }
 
 void noteWhatCsvLeavesOut(const std::vector<RfidCard>& cards, const Session& session) {
-    const auto left = std::count_if(cards.begin(), cards.end(), [](const RfidCard& card) {
-        return std::none_of(card.tags.begin(), card.tags.end(), [](const RfidTag& tag) { return tag.key.has_value(); });
-    });
-    if (left > 0) {
-        session.note(cardsText(static_cast<std::size_t>(left)) +
-                     " without plain key left out, because CSV carries keys only; JSON carries all");
-    }
+    std::size_t left = 0;
+    for (const RfidCard& card : cards)
+        left += card.tags.size() - static_cast<std::size_t>(std::count_if(card.tags.begin(), card.tags.end(), hasKey));
+    if (left == 0) return;
+    session.note(withThousands(left) + (left == 1 ? " tag" : " tags") +
+                 " without plain key left out, because CSV carries keys only; JSON carries all");
 }
 
 ExitStatus exportList(const Session& session, const ExportOptions& options) {
@@ -174,7 +172,7 @@ struct CopyOptions {
 ExitStatus copy(const Session& session, const CopyOptions& options) {
     std::error_code ignored;
     if (fs::exists(fs::symlink_status(options.file, ignored))) {
-        throw ToolError(ExitStatus::Refused, options.file + ": exists already; copy makes a new list");
+        throw ToolError(ExitStatus::Storage, options.file + ": exists already; copy makes a new list");
     }
     OpenedList list(session.list(), session);
     const auto cards = list.accessor().readAllRecords();

@@ -97,11 +97,21 @@ void print(const Verdict& verdict, const Session& session) {
                   << "Expiry       " << printer.expiry(*card) << '\n';
 }
 
+// The library does not tell when a write gets lost.
+void noteLostAccess(const Verdict& verdict, OpenedList& list, const Session& session) {
+    if (!verdict.card || !verdict.card->id) return;
+    list.settle();
+    const auto stored = list.manager().retrieveRecord(*verdict.card->id);
+    if (!stored || secondsOf(stored->lastAccessTime) >= secondsOf(verdict.card->lastAccessTime)) return;
+    session.note(list.path() + ": the access could not be stored (is the list read-only, full or in use?)");
+}
+
 ExitStatus authorize(const Session& session, const std::string& key) {
     if (key.empty()) throw ToolError(ExitStatus::Usage, "KEY: an empty key cannot be looked up");
     OpenedList list(session.list(), session);
     const Verdict verdict = lookUp(list, key, session);
     print(verdict, session);
+    noteLostAccess(verdict, list, session);
     return verdict.status;
 }
 

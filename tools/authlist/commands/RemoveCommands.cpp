@@ -2,40 +2,64 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 
-#include "CardSelection.h"
+#include "ChosenCards.h"
 #include "Numbers.h"
 #include "commands/Commands.h"
-#include "output/DisplayText.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
 
 constexpr const char* notStored = ": the change could not be stored (is the list read-only, full or in use?)";
 
-ExitStatus remove(const Session& session, const CardSelection& selection, bool isConfirmed) {
+bool isReadable(const OpenedList& list, unsigned id) {
+    try {
+        list.accessor().readRecord(id);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+// A damaged record keeps the whole list from being shown and exported, so it must be possible to remove it.
+std::size_t removeDamaged(CardSelection& selection, OpenedList& list) {
+    return std::erase_if(selection.ids, [&list](const std::string& text) {
+        const unsigned id = readNumber(text, "--id");
+        if (isReadable(list, id)) return false;
+        list.manager().deleteById(id);
+        return true;
+    });
+}
+
+ExitStatus remove(const Session& session, CardSelection selection, bool isConfirmed) {
     OpenedList list(session.list(), session);
+    const std::size_t damaged = removeDamaged(selection, list);
+    if (damaged > 0) session.out() << "Removed " << cardsText(damaged) << " that could not be read.\n";
+    if (damaged > 0 && selection.isEmpty()) return ExitStatus::Done;
     const auto cards = selection.resolve(list, session);
-    const std::string number = withThousands(cards.size()) + (cards.size() == 1 ? " card" : " cards");
-    if (!selection.filters.empty() && !isConfirmed && !cards.empty() &&
-        !session.confirm("Remove " + number + " from " + list.path() + "?")) {
+    for (const RfidCard& card : cards) requireOwnId(card, list, session);
+    if (!cards.empty() && !confirmed(selection, "Remove " + cardsText(cards.size()) + " from " + list.path() + "?",
+                                     isConfirmed, session)) {
         session.note("nothing was removed");
         return ExitStatus::No;
     }
-    for (const RfidCard& card : cards) requireOwnId(card, list, session);
-    for (const RfidCard& card : cards) list.manager().deleteById(card.id.value());
+    std::vector<unsigned> ids;
+    changeOneByOne(cards, selection, list, session, "Removing", [&](const RfidCard& card) {
+        list.manager().deleteById(card.id.value());
+        ids.push_back(card.id.value());
+    });
     list.settle();
-    for (const RfidCard& card : cards) {
-        if (list.manager().retrieveRecord(card.id.value()))
-            throw ToolError(ExitStatus::Storage, list.path() + notStored);
+    for (const unsigned id : ids) {
+        if (list.manager().retrieveRecord(id)) throw ToolError(ExitStatus::Storage, list.path() + notStored);
     }
-    session.out() << "Removed " << number << ".\n";
+    session.out() << "Removed " << cardsText(ids.size()) << ".\n";
     return ExitStatus::Done;
 }
 
 ExitStatus clear(const Session& session, bool isConfirmed) {
     OpenedList list(session.list(), session);
-    const std::string number = withThousands(list.manager().countRecords()) + " cards";
+    const std::string number = cardsText(list.manager().countRecords());
     if (!isConfirmed && !session.confirm("Remove all " + number + " of " + list.path() + "?")) {
         session.note("nothing was removed");
         return ExitStatus::No;

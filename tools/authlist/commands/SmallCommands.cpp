@@ -21,8 +21,7 @@ ExitStatus showVersion(const Session& session) {
 }
 
 ExitStatus setVersion(const Session& session, const std::string& text) {
-    constexpr std::uint32_t largest = 2147483647;  // of OCPP's integer
-    const unsigned version = readNumber(text, "N", 0, largest);
+    const unsigned version = readNumber(text, "N");
     OpenedList list(session.listOrNew(), session);
     list.manager().setVersion(version);
     list.settle();
@@ -64,7 +63,8 @@ ExitStatus tune(const Session& session, const std::optional<std::string>& wanted
     const auto storage = session.list();
     const auto* const database = dynamic_cast<const SqliteList*>(storage.get());
     if (database == nullptr) {
-        throw ToolError(ExitStatus::Refused, storage->path() + ": a file of the file store has nothing to tune");
+        storage->open();  // says so when it is no list at all
+        throw ToolError(ExitStatus::Usage, storage->path() + ": a file of the file store has nothing to tune");
     }
     const std::string before = database->journalMode();
     const std::string mode = !wanted ? before : database->setJournalMode(*wanted == "on" ? "wal" : "delete");

@@ -7,6 +7,7 @@
 
 #include "CardPrinter.h"
 #include "CardQuery.h"
+#include "FieldText.h"
 #include "Numbers.h"
 #include "commands/Commands.h"
 #include "output/Json.h"
@@ -35,7 +36,7 @@ void take(Statistics& statistics, const RfidCard& card, std::int64_t now) {
         ++counts->cards;
         counts->tags += card.tags.size();
     }
-    for (const RfidTag& tag : card.tags) statistics.hashOnlyTags += !tag.key || tag.key->empty() ? 1U : 0U;
+    for (const RfidTag& tag : card.tags) statistics.hashOnlyTags += hasKey(tag) ? 0U : 1U;
     if (card.expiryDate) {
         const std::int64_t left = secondsOf(*card.expiryDate) - now;
         statistics.pastExpiry += left <= 0 ? 1U : 0U;

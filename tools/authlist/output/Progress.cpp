@@ -8,6 +8,7 @@
 #include <ostream>
 #include <utility>
 
+#include "Numbers.h"
 #include "output/DisplayText.h"
 
 namespace oru::kadi::authlist::tool {
@@ -21,11 +22,6 @@ constexpr std::size_t shortestBar = 5;
 constexpr std::size_t longestBar = 20;
 constexpr double longestWait = 100.0 * 3600;  // seconds; more than that is no estimate
 constexpr const char* eraseToEnd = "\x1B[K";
-
-std::string grouped(std::string digits) {
-    for (std::size_t position = digits.size(); position > 3;) digits.insert(position -= 3, ",");
-    return digits;
-}
 
 std::string wholeNumber(double number) {
     std::array<char, 64> digits{};
@@ -72,7 +68,7 @@ std::string bar(std::size_t done, std::size_t total, std::size_t length) {
 }  // namespace
 
 Progress::Progress(std::ostream& out, Terminal terminal, std::string title, std::size_t total)
-    : mOut(out), mTerminal(terminal), mTitle(printable(title)), mTotal(total), mBegin(Clock::now()) {}
+    : mOut(out), mTerminal(terminal), mTitle(printable(title)), mTotal(total) {}
 
 Progress::~Progress() {
     if (mDrawn) mOut << '\r' << eraseToEnd << std::flush;
@@ -81,16 +77,17 @@ Progress::~Progress() {
 void Progress::advanceTo(std::size_t done) {
     if (!mTerminal.isTerminal) return;
     const Clock::time_point now = Clock::now();
+    if (!mBegin) mBegin = now;  // what was done before the first record says nothing about the rate
     if (mDrawn && now - *mDrawn < redrawInterval) return;
     mDrawn = now;
     // The last column stays free: a terminal would be about to begin a new line there.
     const std::size_t width = mTerminal.width.value_or(usualWidth) - 1;
-    mOut << '\r' << line(mTitle, done, mTotal, now - mBegin, width) << eraseToEnd << std::flush;
+    mOut << '\r' << line(mTitle, done, mTotal, now - *mBegin, width) << eraseToEnd << std::flush;
 }
 
 std::string Progress::line(const std::string& title, std::size_t done, std::size_t total, Clock::duration elapsed,
                            std::size_t width) {
-    const std::string counts = grouped(std::to_string(done)) + "/" + grouped(std::to_string(total));
+    const std::string counts = withThousands(done) + "/" + withThousands(total);
     const std::string head = title.empty() ? "" : title + " ";
     const std::size_t headWidth = displayWidth(head);
     const double perSecond = recordsPerSecond(done, elapsed);

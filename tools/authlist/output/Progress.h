@@ -34,7 +34,7 @@ private:
     Terminal mTerminal;
     std::string mTitle;
     std::size_t mTotal;
-    Clock::time_point mBegin;
+    std::optional<Clock::time_point> mBegin;  // of the first record
     std::optional<Clock::time_point> mDrawn;
 };
 

@@ -6,7 +6,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <limits>
 #include <sstream>
 #include <typeindex>
 
@@ -24,8 +23,7 @@ using common::fs::CachedFileManager;
 using common::stream::StreamableHandler;
 using db::filestorage::RecordsBlob;
 
-constexpr unsigned largestCount = 65535;  // the file counts its records with 16 bits
-constexpr unsigned largestId = std::numeric_limits<std::uint32_t>::max();
+constexpr unsigned largestCount = 65535;      // the file counts its records with 16 bits
 constexpr std::chrono::hours untilClosed{1};  // what a command changes is written once, when it closes the list
 
 std::string bytesOf(const RecordsBlob& blob) {
@@ -142,16 +140,6 @@ std::vector<Finding> BlobList::inspect(const std::function<void(const RfidCard&)
     if (!defect.empty()) findings.push_back({std::nullopt, "the file is damaged, or no list: " + defect});
     for (const RfidCard& card : blob.getRecords()) visit(card);
     return findings;
-}
-
-std::optional<unsigned> BlobList::nextId(const IDbAccessor& accessor) const {
-    const auto last = accessor.readRecordRange(1, 0, std::nullopt, std::nullopt, std::nullopt,
-                                               SortingAndFilteringKey::Id, SortingOrder::Descending);
-    if (last.empty()) return 1;
-    if (last.front().id == largestId) {
-        throw ToolError(ExitStatus::Refused, path() + ": the ids are used up; give one with --id");
-    }
-    return last.front().id.value_or(0) + 1;
 }
 
 }  // namespace oru::kadi::authlist::tool

@@ -21,7 +21,6 @@ public:
                     const ReportProgress& report) const override;
     void backUp(const std::string& target) const override;
     std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const override;
-    std::optional<unsigned> nextId(const IDbAccessor& accessor) const override;
 
 private:
     struct Owner {

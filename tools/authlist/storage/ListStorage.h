@@ -25,6 +25,9 @@ struct Finding {
 /// Failures are ToolError or exceptions of the library.
 class ListStorage {
 public:
+    /// The largest id of a card; with the next one the ids of a database are used up.
+    static constexpr unsigned largestId = 2147483646;
+
     /// Told how many records are written; what it throws ends the writing, and nothing changes.
     using ReportProgress = std::function<void(std::size_t)>;
 
@@ -55,9 +58,6 @@ public:
 
     /// What is wrong with the file, with the records taken one by one. Hands each readable record to visit.
     virtual std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const = 0;
-
-    /// An id for a new card; none where the store gives ids that are free.
-    virtual std::optional<unsigned> nextId(const IDbAccessor& accessor) const = 0;
 
 private:
     std::string mPath;

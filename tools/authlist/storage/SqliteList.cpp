@@ -25,7 +25,6 @@ using db::sqlite::SqlRows;
 using db::sqlite::SqlStatementBuilder;
 
 constexpr std::size_t pageBytes = 4096;
-constexpr unsigned largestId = 2147483646;  // with the next one SQLite's ids are used up
 
 SqlRows query(const SqlStatementBuilder& builder, const std::string& sql) {
     return builder.unpackFields(builder.prepareStatement(sql, {}));
@@ -36,6 +35,8 @@ std::string textOf(const SqlRow& row, std::size_t column) {
     if (const auto* const number = std::get_if<int>(&row.at(column))) return std::to_string(*number);
     return {};
 }
+
+std::string plainName(const std::string& path) { return path.starts_with('/') ? path : "./" + path; }
 
 void run(const SqlStatementBuilder& builder, const SqliteStatement& statement) { builder.anyRowReturned(statement); }
 
@@ -89,9 +90,11 @@ void inspectRecord(const SqlStatementBuilder& builder, const SqlRow& row, std::v
                    const std::function<void(const RfidCard&)>& visit) {
     const auto id = static_cast<unsigned>(std::get<int>(row.at(0)));
     try {
-        for (const RfidCard& card : builder.retrieveRfidCards(builder.getRecordById(id))) visit(card);
+        const auto cards = builder.retrieveRfidCards(builder.getRecordById(id));
+        for (const RfidCard& card : cards) visit(card);
+        if (cards.empty()) findings.push_back({id, "has an id that no lookup finds"});
     } catch (const std::exception& error) {
-        findings.push_back({id, std::string("cannot be read: ") + error.what()});
+        findings.push_back({id, "cannot be read: " + reasonOf(error)});
     }
     const std::string expiry = textOf(row, 1);
     if (!expiry.empty() && !stringToTimestamp(expiry)) {
@@ -108,6 +111,8 @@ bool SqliteList::recognises(std::string_view begin) {
 
 unsigned SqliteList::capacity() const { return largestId; }
 
+std::string SqliteList::databaseName() const { return plainName(path()); }
+
 void SqliteList::requireList() const {
     if (!fs::exists(path())) return;
     // Nearly always the first page names the tables; opening a large list once more would take long.
@@ -116,7 +121,7 @@ void SqliteList::requireList() const {
         (begin.find("\"rfid_card\"") != std::string::npos && begin.find("\"rfid_tag\"") != std::string::npos)) {
         return;
     }
-    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
     const auto tables = query(builder,
                               "SELECT SUM(name IN ('metadata', 'rfid_card', 'rfid_tag')), COUNT(*) "
                               "FROM sqlite_master WHERE type = 'table'");
@@ -126,7 +131,7 @@ void SqliteList::requireList() const {
 
 std::unique_ptr<IDbAccessor> SqliteList::open() const {
     requireList();
-    return std::make_unique<db::sqlite::SqliteDbAccessor>(path());
+    return std::make_unique<db::sqlite::SqliteDbAccessor>(databaseName());
 }
 
 void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<unsigned> version,
@@ -134,7 +139,7 @@ void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<un
     requireList();
     NewFile file(path());
     {
-        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
         builder.createTables({DbTableType::Metadata, DbTableType::RfidCard, DbTableType::RfidTag});
         builder.createTagIndex();
         builder.beginTransaction();
@@ -157,8 +162,8 @@ void SqliteList::replaceAll(const std::vector<RfidCard>& cards, std::optional<un
 
 void SqliteList::backUp(const std::string& target) const {
     requireList();
-    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
-    run(builder, builder.prepareStatement("VACUUM INTO ?", {target}));
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
+    run(builder, builder.prepareStatement("VACUUM INTO ?", {plainName(target)}));
     std::error_code ignored;
     fs::permissions(target, fs::status(path()).permissions(), ignored);
     flushFile(target);
@@ -168,35 +173,28 @@ std::vector<Finding> SqliteList::inspect(const std::function<void(const RfidCard
     requireList();
     std::vector<Finding> findings;
     try {
-        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+        const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
         inspectDatabase(builder, findings);
         for (const SqlRow& row : query(builder, "SELECT id, expiry_date FROM rfid_card ORDER BY id")) {
             inspectRecord(builder, row, findings, visit);
         }
     } catch (const std::exception& error) {
-        findings.push_back({std::nullopt, std::string("the database cannot be read: ") + error.what()});
+        // Not damage: another program has it.
+        if (std::string_view(error.what()).find("database is locked") != std::string_view::npos) throw;
+        findings.push_back({std::nullopt, "the database cannot be read: " + reasonOf(error)});
     }
     return findings;
 }
 
-std::optional<unsigned> SqliteList::nextId(const IDbAccessor& accessor) const {
-    const auto last = accessor.readRecordRange(1, 0, std::nullopt, std::nullopt, std::nullopt,
-                                               SortingAndFilteringKey::Id, SortingOrder::Descending);
-    if (!last.empty() && last.front().id >= largestId) {
-        throw ToolError(ExitStatus::Refused, path() + ": the ids are used up; give one with --id");
-    }
-    return std::nullopt;
-}
-
 std::string SqliteList::journalMode() const {
     requireList();
-    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
     return textOf(query(builder, "PRAGMA journal_mode").front(), 0);
 }
 
 std::string SqliteList::setJournalMode(const std::string& mode) const {
     requireList();
-    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(path()));
+    const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
     return textOf(query(builder, "PRAGMA journal_mode = " + mode).front(), 0);
 }
 

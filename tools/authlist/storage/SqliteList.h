@@ -24,7 +24,6 @@ public:
                     const ReportProgress& report) const override;
     void backUp(const std::string& target) const override;
     std::vector<Finding> inspect(const std::function<void(const RfidCard&)>& visit) const override;
-    std::optional<unsigned> nextId(const IDbAccessor& accessor) const override;
 
     /// "wal", "delete" and so on, as SQLite calls it.
     std::string journalMode() const;
@@ -32,6 +31,9 @@ public:
     std::string setJournalMode(const std::string& mode) const;
 
 private:
+    /// The path as SQLite takes no other meaning from it (":memory:", "file:...").
+    std::string databaseName() const;
+
     /// A database of something else must not get the tables of a list.
     void requireList() const;
 };
