@@ -71,13 +71,16 @@ void CardSelection::addOptions(CLI::App& command, bool withFilters) {
         ->allow_extra_args(false);
 }
 
-std::vector<RfidCard> CardSelection::resolve(OpenedList& list, const Session& session) const {
-    const bool isSingly = !keys.empty() || !hashes.empty() || !ids.empty();
-    if (isSingly && !filters.empty()) {
+void CardSelection::requireOneWay() const {
+    if (isEmpty()) throw ToolError(ExitStatus::Usage, "which cards? give a KEY, --hash HASH or --id N");
+    if (!filters.empty() && (!keys.empty() || !hashes.empty() || !ids.empty())) {
         throw ToolError(ExitStatus::Usage, "choose cards by KEY, --hash and --id, or by --filter, not by both");
     }
-    if (isSingly) return distinct(resolveSingly(list, session));
-    if (filters.empty()) throw ToolError(ExitStatus::Usage, "which cards? give a KEY, --hash HASH or --id N");
+}
+
+std::vector<RfidCard> CardSelection::resolve(OpenedList& list, const Session& session) const {
+    requireOneWay();
+    if (filters.empty()) return distinct(resolveSingly(list, session));
     std::vector<RfidCard> cards;
     forEachCard(list.manager(), {.filters = readFilters(filters, session), .sortKey = SortingAndFilteringKey::Id},
                 [&cards](const RfidCard& card) { cards.push_back(card); });

@@ -21,6 +21,8 @@ struct CardSelection {
     std::vector<std::string> filters;
 
     void addOptions(CLI::App& command, bool withFilters);
+    /// Throws ToolError when cards are chosen both singly and by filters, or not at all.
+    void requireOneWay() const;
     bool isEmpty() const { return keys.empty() && hashes.empty() && ids.empty() && filters.empty(); }
 
     /// Each card once, in the order given; with filters by ascending id. Throws ToolError when nothing or too much is

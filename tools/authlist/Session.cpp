@@ -79,9 +79,10 @@ void OpenedList::open() {
 
 void OpenedList::changeAll(const std::vector<RfidCard>& updated, const std::vector<unsigned>& removed,
                            const char* title) {
+    const std::size_t count = updated.size() + removed.size();
+    if (count == 0) return;
     settle();  // what the manager has written must not come after what is written here
     const Interruption interruption;
-    const std::size_t count = updated.size() + removed.size();
     Progress progress(mSession.err(), mSession.errTerminal(), title, count);
     mStorage->changeAll(updated, removed, [&](std::size_t done) {
         Interruption::throwIfRequested();

@@ -23,28 +23,28 @@ bool isReadable(const OpenedList& list, unsigned id) {
 }
 
 // A damaged record keeps the whole list from being shown and exported, so it must be possible to remove it.
-std::size_t removeDamaged(CardSelection& selection, OpenedList& list) {
-    return std::erase_if(selection.ids, [&list](const std::string& text) {
+std::vector<unsigned> takeDamaged(CardSelection& selection, const OpenedList& list) {
+    std::vector<unsigned> damaged;
+    std::erase_if(selection.ids, [&](const std::string& text) {
         const unsigned id = readNumber(text, "--id");
         if (isReadable(list, id)) return false;
-        list.manager().deleteById(id);
+        damaged.push_back(id);
         return true;
     });
+    return damaged;
 }
 
 ExitStatus remove(const Session& session, CardSelection selection, bool isConfirmed) {
+    selection.requireOneWay();
     OpenedList list(session.listToChange(), session);
-    const std::size_t damaged = removeDamaged(selection, list);
-    if (damaged > 0) session.out() << "Removed " << cardsText(damaged) << " that could not be read.\n";
-    if (damaged > 0 && selection.isEmpty()) return ExitStatus::Done;
-    const auto cards = selection.resolve(list, session);
+    std::vector<unsigned> ids = takeDamaged(selection, list);
+    const auto cards = selection.isEmpty() ? std::vector<RfidCard>() : selection.resolve(list, session);
     for (const RfidCard& card : cards) requireOwnId(card, list, session);
     if (!cards.empty() && !confirmed(selection, "Remove " + cardsText(cards.size()) + " from " + list.path() + "?",
                                      isConfirmed, session)) {
         session.note("nothing was removed");
         return ExitStatus::No;
     }
-    std::vector<unsigned> ids;
     for (const RfidCard& card : presentStates(cards, selection, list, session)) ids.push_back(card.id.value());
     list.changeAll({}, ids, "Removing");
     session.out() << "Removed " << cardsText(ids.size()) << ".\n";
