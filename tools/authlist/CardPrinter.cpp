@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "FieldText.h"
+#include "Verdict.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
 
@@ -21,8 +22,12 @@ Colour colourOf(RfidCardStatus status) {
 }
 
 std::vector<Column> CardPrinter::columns() {
-    return {{.title = "ID", .alignedRight = true},       {.title = "STATUS"}, {.title = "KEYS", .mayShrink = true},
-            {.title = "DESCRIPTION", .mayShrink = true}, {.title = "EXPIRY"}, {.title = "EVSE", .alignedRight = true},
+    return {{.title = "ID", .alignedRight = true},
+            {.title = "STATUS"},
+            {.title = "KEYS", .mayShrink = true},
+            {.title = "DESCRIPTION", .mayShrink = true, .shrinksLast = true},
+            {.title = "EXPIRY"},
+            {.title = "EVSE", .alignedRight = true},
             {.title = "PARENT", .mayShrink = true}};
 }
 
@@ -83,7 +88,9 @@ void CardPrinter::printDetails(const RfidCard& card) const {
         mSession.out() << fitted(name, 15) << (mSession.outTerminal().hasColour ? coloured(text, colour) : text)
                        << '\n';
     };
+    const Answer answer = answerTo(card, times);
     line("Id", numberOr(card.id, "none"));
+    line("Verdict", std::string(answer.word()) + ": " + answer.reason, answer.isAccepted ? Colour::Green : Colour::Red);
     line("Status", statusName(card.status), colourOf(card.status));
     line("Description", card.description);
     for (const RfidTag& tag : card.tags) {

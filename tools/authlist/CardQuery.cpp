@@ -27,7 +27,7 @@ std::vector<RfidCard> readRange(const AuthListManager& manager, const CardQuery&
 
 void keepMatching(std::vector<RfidCard>& cards, const CardQuery& query) {
     std::erase_if(cards, [&query](const RfidCard& card) {
-        return !passesAll(query.filters, card) || (query.matches && !query.matches(card));
+        return !query.filters.pass(card) || (query.matches && !query.matches(card));
     });
 }
 
@@ -35,8 +35,8 @@ void keepMatching(std::vector<RfidCard>& cards, const CardQuery& query) {
 
 void forEachPage(const AuthListManager& manager, const CardQuery& query,
                  const std::function<void(std::vector<RfidCard>)>& visit) {
-    const bool isPlain = query.filters.empty() && !query.matches;
-    const auto filter = firstRangeFilter(query.filters);
+    const bool isPlain = query.filters.isEmpty() && !query.matches;
+    const auto filter = firstRangeFilter(query.filters.plain);
     unsigned position = isPlain ? query.offset : 0;
     unsigned toSkip = isPlain ? 0 : query.offset;
     unsigned toShow = query.limit;

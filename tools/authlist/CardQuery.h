@@ -13,7 +13,7 @@ namespace oru::kadi::authlist::tool {
 
 /// Which cards of a list, in which order.
 struct CardQuery {
-    std::vector<Filter> filters{};
+    Filters filters{};
     /// One more condition, that no range query knows; empty: none.
     std::function<bool(const RfidCard&)> matches{};
     std::optional<SortingAndFilteringKey> sortKey{};  ///< absent: as they are stored

@@ -24,6 +24,13 @@ RfidCard required(std::optional<RfidCard> card, const OpenedList& list, const st
     return *std::move(card);
 }
 
+// People try an id where a key is wanted.
+std::string hintAtId(const std::string& text, const AuthListManager& manager) {
+    if (text.size() > 9 || text.find_first_not_of("0123456789") != std::string::npos) return {};
+    const unsigned id = readNumber(text, "KEY");
+    return manager.retrieveRecord(id) ? "; for the card with this id give --id" : "";
+}
+
 std::vector<RfidCard> distinct(std::vector<RfidCard> cards) {
     std::set<std::optional<unsigned>> seen;
     std::erase_if(cards, [&seen](const RfidCard& card) { return !seen.insert(card.id).second; });
@@ -32,9 +39,15 @@ std::vector<RfidCard> distinct(std::vector<RfidCard> cards) {
 
 }  // namespace
 
-std::vector<Filter> readFilters(const std::vector<std::string>& texts, const Session& session) {
-    std::vector<Filter> filters;
-    for (const std::string& text : texts) filters.push_back(Filter::read(text, session.times()));
+Filters readFilters(const std::vector<std::string>& texts, const Session& session) {
+    Filters filters;
+    for (const std::string& text : texts) {
+        if (const auto filter = TextFilter::read(text)) {
+            filters.texts.push_back(*filter);
+        } else {
+            filters.plain.push_back(Filter::read(text, session.times()));
+        }
+    }
     return filters;
 }
 
@@ -92,8 +105,8 @@ std::vector<RfidCard> CardSelection::resolveSingly(OpenedList& list, const Sessi
     std::vector<RfidCard> cards;
     for (const std::string& key : keys) {
         if (key.empty()) throw ToolError(ExitStatus::Usage, "KEY: a key must not be empty");
-        cards.push_back(
-            required(manager.retrieveRecord(key, KeyRepresentation::Key), list, "key " + session.keys()(key)));
+        cards.push_back(required(manager.retrieveRecord(key, KeyRepresentation::Key), list,
+                                 "key " + session.keys()(key) + hintAtId(key, manager)));
     }
     for (const std::string& text : hashes) {
         // Lists from elsewhere may hold a hash in capitals, which counts as another one than in small letters.

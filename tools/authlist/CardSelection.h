@@ -33,7 +33,7 @@ private:
     std::vector<RfidCard> resolveSingly(OpenedList& list, const Session& session) const;
 };
 
-std::vector<Filter> readFilters(const std::vector<std::string>& texts, const Session& session);
+Filters readFilters(const std::vector<std::string>& texts, const Session& session);
 
 /// hash with lower-case letters, as storage compares it. Throws ToolError naming what for another text than a hash.
 std::string readHash(const std::string& text, const std::string& what);

@@ -13,14 +13,14 @@ bool confirmed(const CardSelection& selection, const std::string& question, bool
 
 std::vector<RfidCard> presentStates(const std::vector<RfidCard>& chosen, const CardSelection& selection,
                                     OpenedList& list, const Session& session) {
-    const std::vector<Filter> filters = readFilters(selection.filters, session);
+    const Filters filters = readFilters(selection.filters, session);
     std::vector<RfidCard> cards;
     for (const RfidCard& card : chosen) {
         auto present = list.manager().retrieveRecord(card.id.value());
-        if (!present && filters.empty()) {
+        if (!present && filters.isEmpty()) {
             throw ToolError(ExitStatus::Unknown, list.path() + ": " + nameOf(card, session) + " is gone meanwhile");
         }
-        if (present && passesAll(filters, *present)) cards.push_back(*std::move(present));
+        if (present && filters.pass(*present)) cards.push_back(*std::move(present));
     }
     return cards;
 }

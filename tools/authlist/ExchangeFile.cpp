@@ -126,6 +126,16 @@ void checkCsvCards(const std::string& text, const std::string& name) {
     }
 }
 
+// The library writes a quote doubled and reads it so.
+std::string withoutDoubledQuotes(const std::string& text) {
+    std::string single;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        single += text[i];
+        if (text[i] == '"' && i + 1 < text.size() && text[i + 1] == '"') ++i;
+    }
+    return single;
+}
+
 ExchangedList readCsv(const std::string& text, const std::string& name) {
     ExchangedList list;
     try {
@@ -134,6 +144,7 @@ ExchangedList readCsv(const std::string& text, const std::string& name) {
         refuse(name + ": line " + std::to_string(firstBadLine(text)), reasonFor(error));
     }
     checkCsvCards(text, name);
+    for (RfidCard& card : list.cards) card.description = withoutDoubledQuotes(card.description);
     return list;
 }
 

@@ -83,7 +83,9 @@ Key readColumn(const std::string& text, const std::string& what) {
     const auto* const found =
         std::find_if(columns.begin(), columns.end(), [&text](const auto& column) { return text == column.first; });
     if (found == columns.end()) {
-        refuse(what, "\"" + text + "\" is no column; there are id, status, expiry, accessed and modified");
+        refuse(what, "\"" + text +
+                         "\" is no column; there are id, status, expiry, accessed and modified (and description and "
+                         "parent to filter by)");
     }
     return found->second;
 }
@@ -143,8 +145,36 @@ std::optional<Filter::RangeFilter> Filter::asRangeFilter() const {
     return RangeFilter{mKey, op, canonicalTime(*mNumber + 1)};
 }
 
-bool passesAll(const std::vector<Filter>& filters, const RfidCard& card) {
-    return std::all_of(filters.begin(), filters.end(), [&card](const Filter& filter) { return filter.passes(card); });
+std::optional<TextFilter> TextFilter::read(const std::string& text) {
+    const std::size_t position = text.find_first_of("~!=<>");
+    const std::string column = text.substr(0, position);
+    if (position == std::string::npos || (column != "description" && column != "parent")) return std::nullopt;
+    TextFilter filter;
+    filter.mIsParent = column == "parent";
+    filter.mOperator = text[position];
+    const std::size_t length = filter.mOperator == '!' ? 2 : 1;
+    if (filter.mOperator == '<' || filter.mOperator == '>' || (length == 2 && text.substr(position, 2) != "!=")) {
+        refuse("filter \"" + text + "\"", "a text is only compared with =, != or ~ (contains)");
+    }
+    filter.mText = text.substr(position + length);
+    return filter;
+}
+
+bool TextFilter::passes(const RfidCard& card) const {
+    const std::string text = mIsParent ? card.parentId.value_or("") : card.description;
+    if (mOperator == '~') return containsIgnoringCase(text, mText);
+    return (text == mText) == (mOperator == '=');
+}
+
+bool containsIgnoringCase(const std::string& text, const std::string& part) {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::search(text.begin(), text.end(), part.begin(), part.end(),
+                       [lower](char a, char b) { return lower(a) == lower(b); }) != text.end();
+}
+
+bool Filters::pass(const RfidCard& card) const {
+    const auto passes = [&card](const auto& filter) { return filter.passes(card); };
+    return std::all_of(plain.begin(), plain.end(), passes) && std::all_of(texts.begin(), texts.end(), passes);
 }
 
 }  // namespace oru::kadi::authlist::tool

@@ -38,12 +38,37 @@ private:
     std::optional<std::int64_t> mNumber;  // an id, a status, seconds; none: never
 };
 
+/// A condition on a text of a card, which no range query knows: "description~visitor" (contains, upper and lower case
+/// of a to z taken as equal), "parent=FLEET", "parent!=FLEET".
+class TextFilter {
+public:
+    /// None where text names no column of text. Throws ToolError for other operators.
+    static std::optional<TextFilter> read(const std::string& text);
+
+    bool passes(const RfidCard& card) const;
+
+private:
+    bool mIsParent = false;
+    char mOperator = '=';  // '!' for "!="
+    std::string mText;
+};
+
+/// Whether text holds part, upper and lower case of a to z taken as equal.
+bool containsIgnoringCase(const std::string& text, const std::string& part);
+
+/// All filters of a command; all must pass.
+struct Filters {
+    std::vector<Filter> plain;
+    std::vector<TextFilter> texts;
+
+    bool isEmpty() const { return plain.empty() && texts.empty(); }
+    bool pass(const RfidCard& card) const;
+};
+
 /// The column that a word names, as in filters and --sort. Throws ToolError naming what.
 SortingAndFilteringKey readColumn(const std::string& text, const std::string& what);
 
 /// The status that a word names. Throws ToolError naming what.
 RfidCardStatus readStatus(const std::string& text, const std::string& what);
-
-bool passesAll(const std::vector<Filter>& filters, const RfidCard& card);
 
 }  // namespace oru::kadi::authlist::tool

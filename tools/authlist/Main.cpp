@@ -110,6 +110,9 @@ int run(int argc, char** argv) {
         app.parse(wordsForParser(argc, argv));
     } catch (const CLI::Success& request) {
         return finished(session, app.exit(request));
+    } catch (const CLI::ExtrasError&) {
+        return report(session, "\"" + app.remaining(true).front() + "\" is not expected here; see authlist --help",
+                      ExitStatus::Usage);
     } catch (const CLI::ParseError& error) {
         return report(session, std::string(error.what()) + "; see authlist --help", ExitStatus::Usage);
     }

@@ -84,10 +84,15 @@ void OpenedList::changeAll(const std::vector<RfidCard>& updated, const std::vect
     settle();  // what the manager has written must not come after what is written here
     const Interruption interruption;
     Progress progress(mSession.err(), mSession.errTerminal(), title, count);
-    mStorage->changeAll(updated, removed, [&](std::size_t done) {
-        Interruption::throwIfRequested();
-        if (count > 1) progress.advanceTo(done);
-    });
+    try {
+        mStorage->changeAll(updated, removed, [&](std::size_t done) {
+            Interruption::throwIfRequested();
+            if (count > 1) progress.advanceTo(done);
+        });
+    } catch (const ToolError& error) {
+        if (error.status() != ExitStatus::Interrupted) throw;
+        throw ToolError(ExitStatus::Interrupted, path() + ": interrupted; nothing was changed");
+    }
     settle();
 }
 

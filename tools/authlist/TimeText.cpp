@@ -38,8 +38,6 @@ bool namesZone(const std::string& text) { return text.find_first_of("Zz+-", date
 
 std::optional<std::int64_t> secondsOfUnit(char unit) {
     switch (unit) {
-        case 'm':
-            return 60;
         case 'h':
             return 3600;
         case 'd':
@@ -73,7 +71,7 @@ std::string zoneText(std::int64_t offset) {
     throw ToolError(ExitStatus::Usage, what + ": \"" + text + "\" " + reason);
 }
 
-constexpr const char* noTime = "is no time; write 2027-01-31, 2027-01-31T18:00Z, now or +1d (units m, h, d, w)";
+constexpr const char* noTime = "is no time; write 2027-01-31, 2027-01-31T18:00Z, now or +1d (hours h, days d, weeks w)";
 constexpr const char* outOfRange = "is no time that a list can carry (1970-01-01 to 2106-02-07T06:28:15Z)";
 
 }  // namespace

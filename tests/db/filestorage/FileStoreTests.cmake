@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: Apache-2.0
-oru_add_tests(file-store-tests
+oru_add_tests(file-store-tests THREADS
     SOURCES
         ${CMAKE_CURRENT_LIST_DIR}/CardSelectionTest.cpp
         ${CMAKE_CURRENT_LIST_DIR}/FileDbAccessorTest.cpp

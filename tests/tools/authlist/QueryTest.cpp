@@ -192,7 +192,7 @@ TEST_P(Querying, UnderstandsTimesFromNow) {
         return idsIn(runTool({"-l", other, "-o", "csv", "list", "--sort", "id", "--filter", filter}).out);
     };
     EXPECT_THAT(ids("expiry<now"), ElementsAre(1));
-    EXPECT_THAT(ids("expiry>-30m"), ElementsAre(2, 3));
+    EXPECT_THAT(ids("expiry>-1h"), ElementsAre(2, 3));
     EXPECT_THAT(ids("expiry<=+2d"), ElementsAre(1, 2));
     EXPECT_THAT(ids("expiry>+35h"), ElementsAre(2, 3));
     EXPECT_THAT(ids("expiry>+1w"), ElementsAre(3));

@@ -60,6 +60,21 @@ void requireRoom(const RfidCard& card, OpenedList& list, const Session& session)
     }
 }
 
+std::string keysText(const RfidCard& card, const Session& session) {
+    std::string text;
+    for (const RfidTag& tag : card.tags) text += (text.empty() ? "the " : ", the ") + nameOf(tag, session.keys());
+    return text;
+}
+
+// A reader gives a key as plain digits.
+void noteOddKeys(const AddOptions& options, const Session& session) {
+    for (const std::string& key : options.keys) {
+        if (key.find_first_of(" \t") == std::string::npos) continue;
+        session.note("the key " + session.keys()(key) +
+                     " has blanks in it, which readers rarely report; a name goes into --description");
+    }
+}
+
 ExitStatus add(const Session& session, const AddOptions& options) {
     RfidCard card;
     card.tags = tagsOf(options, session);
@@ -76,7 +91,9 @@ ExitStatus add(const Session& session, const AddOptions& options) {
         throw ToolError(ExitStatus::Storage,
                         list.path() + ": the card could not be stored (is the list read-only, full or in use?)");
     }
-    session.out() << "Added card " << id << ".\n";
+    session.say("Added card " + std::to_string(id) + " with " + keysText(card, session) +
+                (list.storage().isNew() ? " to the new list " + list.path() : "") + ".");
+    noteOddKeys(options, session);
     return ExitStatus::Done;
 }
 

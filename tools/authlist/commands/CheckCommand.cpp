@@ -101,7 +101,14 @@ void print(const std::vector<Finding>& findings, std::size_t count, const Sessio
             out << (finding.recordId ? "Record " + idOf(finding) + ": " : "List: ") << printable(finding.text) << '\n';
         }
         out << withThousands(count) << " cards read; "
-            << (findings.empty() ? "the list is sound." : withThousands(findings.size()) + " findings.") << '\n';
+            << (findings.empty() ? "the list is sound."
+                                 : withThousands(findings.size()) + (findings.size() == 1 ? " finding." : " findings."))
+            << '\n';
+        if (!findings.empty()) {
+            out << "To restore a list, move its file away (and -journal, -wal, -shm beside it) and import an export, "
+                   "or "
+                   "put a backup in its place.\n";
+        }
     }
 }
 

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <filesystem>
 #include <limits>
-#include <map>
 #include <memory>
 #include <ostream>
 #include <stdexcept>
@@ -17,6 +16,7 @@
 #include "commands/Commands.h"
 #include "output/Progress.h"
 #include "storage/FileBytes.h"
+#include "storage/SqliteList.h"
 
 namespace oru::kadi::authlist::tool {
 namespace {
@@ -88,7 +88,15 @@ void noteVersion(const ExchangedList& imported, const ImportOptions& options, Op
                  "; the text has " + std::to_string(*imported.version) + " (--take-version takes it)");
 }
 
+void requireText(const std::string& file) {
+    if (file == "-" || !fs::is_regular_file(file)) return;
+    if (!SqliteList::recognises(readFileBegin(file, SqliteList::recognisedBytes))) return;
+    throw ToolError(ExitStatus::Refused,
+                    file + ": is a list, not a text; copy makes another list of it, export a text");
+}
+
 ExitStatus import(const Session& session, const ImportOptions& options) {
+    requireText(options.file);
     const ExchangeDataType type = formatOf(nameOfInput(options.file), options.format);
     const std::unique_ptr<ListStorage> storage =
         options.isDryRun && session.options.list.empty() ? nullptr : session.listOrNew();
@@ -111,8 +119,10 @@ ExitStatus import(const Session& session, const ImportOptions& options) {
         throw ToolError(ExitStatus::Storage,
                         session.options.list + ": " + reasonOf(error) + (storage ? stateOf(*storage, session) : ""));
     }
+    const bool isNew = storage->isNew();
     OpenedList list(session.list(), session);
-    session.say("Imported " + cardsText(list.manager().countRecords()) + " into " + list.path() + ".");
+    session.say("Imported " + cardsText(list.manager().countRecords()) + " into " +
+                (isNew ? "the new " + std::string(nameOf(list.storage().store())) + " " : "") + list.path() + ".");
     noteVersion(imported, options, list, session);
     return ExitStatus::Done;
 }
@@ -131,13 +141,26 @@ void requireOther(const std::string& file, const std::string& list) {
     }
 }
 
-void noteWhatCsvLeavesOut(const std::vector<RfidCard>& cards, const Session& session) {
-    std::size_t left = 0;
+bool isInCsv(const RfidCard& card) {
+    return std::any_of(card.tags.begin(), card.tags.end(), [](const RfidTag& tag) { return tag.key.has_value(); });
+}
+
+void noteWhatCsvLeavesOut(const std::vector<RfidCard>& cards, std::size_t written, const Session& session) {
+    std::size_t tags = 0;
     for (const RfidCard& card : cards)
-        left += card.tags.size() - static_cast<std::size_t>(std::count_if(card.tags.begin(), card.tags.end(), hasKey));
-    if (left == 0) return;
-    session.note(withThousands(left) + (left == 1 ? " tag" : " tags") +
-                 " without plain key left out, because CSV carries keys only; JSON carries all");
+        tags += card.tags.size() - static_cast<std::size_t>(std::count_if(card.tags.begin(), card.tags.end(), hasKey));
+    if (tags == 0) return;
+    session.note(withThousands(tags) + (tags == 1 ? " tag" : " tags") + " without plain key left out, and so " +
+                 cardsText(cards.size() - written) + "; JSON carries all");
+}
+
+// A backup should not turn out to be useless on the day when it is needed.
+void noteWhatImportRefuses(const std::vector<RfidCard>& cards, const OpenedList& list, const Session& session) {
+    try {
+        requireStorable(cards, list.storage().capacity(), list.path(), session.keys());
+    } catch (const ToolError& error) {
+        session.note(std::string(error.what()) + ", so an import refuses what was exported; see check");
+    }
 }
 
 ExitStatus exportList(const Session& session, const ExportOptions& options) {
@@ -152,14 +175,23 @@ ExitStatus exportList(const Session& session, const ExportOptions& options) {
     } catch (const std::invalid_argument& error) {
         throw ToolError(ExitStatus::Refused, list.path() + ": " + error.what());
     }
+    bool isReplaced = false;
     if (isToOutput) {
         session.out() << text << (text.ends_with('\n') ? "" : "\n");
     } else {
         requireOther(options.file, list.path());
+        isReplaced = fs::exists(options.file);
         replaceFile(options.file, text, modeOf(list.path()));
     }
-    if (type == ExchangeDataType::CSV) noteWhatCsvLeavesOut(cards, session);
-    if (!isToOutput) session.say("Exported " + cardsText(cards.size()) + " to " + options.file + ".");
+    const bool isCsv = type == ExchangeDataType::CSV;
+    const auto written =
+        isCsv ? static_cast<std::size_t>(std::count_if(cards.begin(), cards.end(), isInCsv)) : cards.size();
+    if (isCsv) noteWhatCsvLeavesOut(cards, written, session);
+    noteWhatImportRefuses(cards, list, session);
+    if (!isToOutput) {
+        session.say("Exported " + cardsText(written) + " to " + options.file +
+                    (isReplaced ? ", replacing what was there." : "."));
+    }
     return ExitStatus::Done;
 }
 
@@ -188,7 +220,7 @@ ExitStatus copy(const Session& session, const CopyOptions& options) {
         throw ToolError(toolError != nullptr ? toolError->status() : ExitStatus::Storage,
                         options.file + ": " + reasonOf(error) + "; no copy was made");
     }
-    session.say("Copied " + cardsText(cards.size()) + " to " + options.file + ".");
+    session.say("Copied " + cardsText(cards.size()) + " to " + options.file + ", a " + nameOf(options.store) + ".");
     return ExitStatus::Done;
 }
 
@@ -222,9 +254,11 @@ void addExchangeCommands(CommandLine& line) {
                                "-l site.db copy site.blob --to file",
                                [copied](const Session& session) { return copy(session, *copied); });
     copy_.add_option("FILE", copied->file, "The new list")->required();
-    const std::map<std::string, Store> stores{{"sqlite", Store::Sqlite}, {"file", Store::File}};
-    copy_.add_option("--to", copied->store, "Kind of the new list: sqlite (unless told otherwise) or file")
-        ->transform(CLI::CheckedTransformer(stores).description(""))
+    copy_
+        .add_option_function<std::string>(
+            "--to", [copied](const std::string& text) { copied->store = text == "file" ? Store::File : Store::Sqlite; },
+            "Kind of the new list: sqlite (unless told otherwise) or file")
+        ->check(CLI::IsMember({"sqlite", "file"}).description(""))
         ->type_name("STORE");
 }
 

@@ -33,7 +33,7 @@ struct ListOptions {
     void addFilterOption(CLI::App& command) {
         command
             .add_option("--filter", filters,
-                        "Only cards that pass, as in status=Blocked or 'expiry<2027-01-01'; may be repeated")
+                        "Only cards that pass, as in status=Blocked, 'expiry<2027-01-01' or description~visitor")
             ->type_name("FILTER")
             ->allow_extra_args(false);
     }
@@ -53,18 +53,15 @@ char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A'
 
 bool equalsIgnoringCase(char a, char b) { return lowerCase(a) == lowerCase(b); }
 
-bool contains(const std::string& text, const std::string& part) {
-    return std::search(text.begin(), text.end(), part.begin(), part.end(), equalsIgnoringCase) != text.end();
-}
-
 bool beginsWith(const std::string& text, const std::string& part) {
     return text.size() >= part.size() && std::equal(part.begin(), part.end(), text.begin(), equalsIgnoringCase);
 }
 
 bool matches(const RfidCard& card, const std::string& text, const std::string& hash) {
-    if (contains(card.description, text) || (card.parentId && contains(*card.parentId, text))) return true;
+    if (containsIgnoringCase(card.description, text) || (card.parentId && containsIgnoringCase(*card.parentId, text)))
+        return true;
     return std::any_of(card.tags.begin(), card.tags.end(), [&](const RfidTag& tag) {
-        return tag.hash == hash || beginsWith(tag.hash, text) || (tag.key && contains(*tag.key, text));
+        return tag.hash == hash || beginsWith(tag.hash, text) || (tag.key && containsIgnoringCase(*tag.key, text));
     });
 }
 
@@ -99,7 +96,7 @@ ExitStatus count(const Session& session, const ListOptions& options) {
     const CardQuery query{.filters = readFilters(options.filters, session)};
     OpenedList list(session.list(), session);
     std::size_t cards = 0;
-    if (query.filters.empty()) {
+    if (query.filters.isEmpty()) {
         cards = list.manager().countRecords();
     } else {
         forEachPage(list.manager(), query, [&cards](const std::vector<RfidCard>& page) { cards += page.size(); });

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
-#include <chrono>
-#include <cstdint>
+#include <cctype>
 #include <memory>
 #include <ostream>
 
 #include "CardPrinter.h"
 #include "CardSelection.h"
+#include "Verdict.h"
 #include "commands/Commands.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
@@ -21,41 +21,32 @@ struct Verdict {
     std::optional<RfidCard> card;
 };
 
-bool lifetimeIsOver(const RfidCard& card) {
-    return card.recordLifetime && secondsOf(card.lastModificationTime) + std::int64_t{*card.recordLifetime} <=
-                                      secondsOf(std::chrono::system_clock::now());
+std::string inCase(std::string key, int (*convert)(int)) {
+    for (char& c : key) {
+        if (static_cast<unsigned char>(c) < 0x80U) c = static_cast<char>(convert(c));
+    }
+    return key;
 }
 
-std::string reasonOf(const RfidCard& card, const TimeText& times) {
-    switch (card.status) {
-        case RfidCardStatus::Accepted:
-            return card.evseId ? "the card may charge at EVSE " + std::to_string(*card.evseId) + " only"
-                               : "the card may charge";
-        case RfidCardStatus::Expired:
-            return AuthListManager::dateExpired(card) ? "the card expired on " + times.show(*card.expiryDate)
-                                                      : "the card is marked as expired";
-        case RfidCardStatus::Blocked:
-            return "the card is blocked";
-        case RfidCardStatus::Invalid:
-            return "the card is marked as invalid";
-        case RfidCardStatus::ConcurrentTx:
-            return "the card is in another transaction";
-        case RfidCardStatus::Operator:
-            return "the card is one of the operator's staff; what it may do is the controller's decision";
+// Readers and people differ over capitals, and storage counts them.
+std::string reasonForUnknown(const std::string& key, const OpenedList& list) {
+    for (const std::string& other : {inCase(key, std::toupper), inCase(key, std::tolower)}) {
+        if (list.accessor().readRecord(other, KeyRepresentation::Key)) {
+            return "no card of the list has this key, but one has it in other letter case";
+        }
     }
-    return "the record has a status that does not exist";
+    return "no card of the list has this key";
 }
 
 Verdict lookUp(OpenedList& list, const std::string& key, const Session& session) {
     const auto stored = list.manager().retrieveRecord(key, KeyRepresentation::Key);
-    if (!stored) return {"Unknown", "no card of the list has this key", ExitStatus::Unknown, std::nullopt};
+    if (!stored) return {"Unknown", reasonForUnknown(key, list), ExitStatus::Unknown, std::nullopt};
     requireOwnId(*stored, list, session);
     auto card = list.manager().getByKey(key);
     list.settle();
     if (card) {
-        const bool isAccepted = card->status == RfidCardStatus::Accepted;
-        return {isAccepted ? "Accepted" : "Refused", reasonOf(*card, session.times()),
-                isAccepted ? ExitStatus::Done : ExitStatus::No, card};
+        const Answer answer = answerTo(*card, session.times());
+        return {answer.word(), answer.reason, answer.isAccepted ? ExitStatus::Done : ExitStatus::No, card};
     }
     // The library says nothing about why; either the record is gone now, or it could not be written.
     if (lifetimeIsOver(*stored) && !list.manager().retrieveRecord(key, KeyRepresentation::Key)) {

@@ -47,7 +47,8 @@ ExitStatus remove(const Session& session, CardSelection selection, bool isConfir
     }
     for (const RfidCard& card : presentStates(cards, selection, list, session)) ids.push_back(card.id.value());
     list.changeAll({}, ids, "Removing");
-    session.out() << "Removed " << cardsText(ids.size()) << ".\n";
+    session.say("Removed " +
+                (ids.size() == 1 && cards.size() == 1 ? nameOf(cards.front(), session) : cardsText(ids.size())) + ".");
     return ExitStatus::Done;
 }
 

@@ -52,9 +52,21 @@ RfidCard updated(RfidCard card, const UpdateOptions& options, OpenedList& list, 
     addKeys(card, options, list, session);
     removeKeys(card, options, list, session);
     options.fields.apply(card, session);
-    card.lastAccessTime = std::chrono::system_clock::now();
-    card.lastModificationTime = card.lastAccessTime;
+    card.lastModificationTime = std::chrono::system_clock::now();
     return card;
+}
+
+// The date that a span such as +30d came to, which counts from now and not from the date that a card has.
+std::string expiryText(const UpdateOptions& options, const std::vector<RfidCard>& before, const Session& session) {
+    if (!options.fields.expiry) return {};
+    RfidCard wanted;
+    options.fields.apply(wanted, session);
+    if (!wanted.expiryDate) return ", without expiry date";
+    const auto later = std::count_if(before.begin(), before.end(), [&wanted](const RfidCard& card) {
+        return !card.expiryDate || *card.expiryDate > *wanted.expiryDate;
+    });
+    return ", with the expiry date " + session.times().show(*wanted.expiryDate) +
+           (later > 0 ? " (earlier than before for " + withThousands(static_cast<std::uint64_t>(later)) + ")" : "");
 }
 
 void requireChange(const UpdateOptions& options) {
@@ -86,16 +98,18 @@ ExitStatus update(const Session& session, const UpdateOptions& options) {
         requireOwnId(card, list, session);
         updated(card, options, list, session);  // refuses what cannot be done before anything is
     }
-    if (!chosen.empty() &&
-        !confirmed(options.selection, "Update " + cardsText(chosen.size()) + " of " + list.path() + "?",
-                   options.isConfirmed, session)) {
+    if (!chosen.empty() && !confirmed(options.selection,
+                                      "Update " + cardsText(chosen.size()) + " of " + list.path() +
+                                          expiryText(options, chosen, session) + "?",
+                                      options.isConfirmed, session)) {
         session.note("nothing was changed");
         return ExitStatus::No;
     }
     auto cards = presentStates(chosen, options.selection, list, session);
     for (RfidCard& card : cards) card = updated(card, options, list, session);
     list.changeAll(cards, {}, "Updating");
-    session.out() << "Updated " << cardsText(cards.size()) << ".\n";
+    session.say("Updated " + (cards.size() == 1 ? nameOf(cards.front(), session) : cardsText(cards.size())) +
+                expiryText(options, chosen, session) + ".");
     noteExpired(cards, options, session);
     return ExitStatus::Done;
 }

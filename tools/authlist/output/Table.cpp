@@ -43,12 +43,15 @@ std::size_t excessOver(std::size_t lineWidth, const std::vector<std::size_t>& wi
 
 // The widest of those that can still give way; null when there is none.
 std::size_t* widestToShrink(std::vector<std::size_t>& widths, const std::vector<Column>& columns) {
-    std::size_t* widest = nullptr;
-    for (std::size_t index = 0; index < widths.size(); ++index) {
-        if (!columns[index].mayShrink || widths[index] <= narrowest) continue;
-        if (widest == nullptr || widths[index] > *widest) widest = &widths[index];
+    for (const bool isLastTurn : {false, true}) {
+        std::size_t* widest = nullptr;
+        for (std::size_t index = 0; index < widths.size(); ++index) {
+            if (!columns[index].mayShrink || columns[index].shrinksLast != isLastTurn) continue;
+            if (widths[index] > narrowest && (widest == nullptr || widths[index] > *widest)) widest = &widths[index];
+        }
+        if (widest != nullptr) return widest;
     }
-    return widest;
+    return nullptr;
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ std::string coloured(const std::string& text, Colour colour);
 struct Column {
     std::string title;
     bool alignedRight = false;
-    bool mayShrink = false;  ///< may be cut where the terminal is too narrow
+    bool mayShrink = false;    ///< may be cut where the terminal is too narrow
+    bool shrinksLast = false;  ///< and only once the others cannot give way any more
 };
 
 struct Cell {

@@ -183,6 +183,7 @@ std::vector<Finding> BlobList::inspect(const std::function<void(const RfidCard&)
     RecordsBlob blob;
     std::vector<Finding> findings;
     const std::string defect = defectOf(readFile(path()), blob);
+    if (fs::file_size(path()) == 0) findings.push_back({std::nullopt, emptyFile});
     if (!defect.empty()) findings.push_back({std::nullopt, "the file is damaged, or no list: " + defect});
     for (const RfidCard& card : blob.getRecords()) visit(card);
     return findings;

@@ -81,6 +81,10 @@ std::string behindLinks(const std::string& path) {
     for (int i = 0; i < mostLinks && fs::is_symlink(fs::symlink_status(target, ignored)); ++i) {
         target = target.parent_path() / fs::read_symlink(target, ignored);
     }
+    if (fs::is_symlink(fs::symlink_status(target, ignored))) {
+        errno = ELOOP;
+        fail(path, "opened");
+    }
     return target.string();
 }
 

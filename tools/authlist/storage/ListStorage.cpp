@@ -24,9 +24,11 @@ std::optional<Store> recognise(const std::string& path) {
     return SqliteList::recognises(begin) ? Store::Sqlite : Store::File;
 }
 
-const char* nameOf(Store store) { return store == Store::Sqlite ? "SQLite database" : "file of the file store"; }
-
 }  // namespace
+
+ListStorage::ListStorage(std::string path) : mPath(std::move(path)), mIsNew(!fs::exists(mPath)) {}
+
+const char* nameOf(Store store) { return store == Store::Sqlite ? "SQLite database" : "file of the file store"; }
 
 std::unique_ptr<ListStorage> newList(const std::string& path, Store store) {
     if (store == Store::Sqlite) return std::make_unique<SqliteList>(path);

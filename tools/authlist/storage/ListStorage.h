@@ -21,6 +21,8 @@ struct Finding {
     std::string text;
 };
 
+inline constexpr const char* emptyFile = "the file is empty: a list without cards, or one that was cut off";
+
 /// A list in a file: what the tool does with the file as a whole, which each store does in its own way.
 /// Failures are ToolError or exceptions of the library.
 class ListStorage {
@@ -33,12 +35,14 @@ public:
     /// Told how many records are written; what it throws ends the writing, and nothing changes.
     using ReportProgress = std::function<void(std::size_t)>;
 
-    explicit ListStorage(std::string path) : mPath(std::move(path)) {}
+    explicit ListStorage(std::string path);
     ListStorage(const ListStorage&) = delete;
     ListStorage& operator=(const ListStorage&) = delete;
     virtual ~ListStorage() = default;
 
     const std::string& path() const { return mPath; }
+    /// Whether there was no file yet when this object was made.
+    bool isNew() const { return mIsNew; }
     virtual Store store() const = 0;
 
     /// How many records a list may have.
@@ -71,7 +75,11 @@ public:
 
 private:
     std::string mPath;
+    bool mIsNew;
 };
+
+/// What people call a list of this store.
+const char* nameOf(Store store);
 
 /// The list that is there. Throws ToolError when there is none, or one of another kind than the wanted one.
 std::unique_ptr<ListStorage> existingList(const std::string& path, std::optional<Store> wanted);

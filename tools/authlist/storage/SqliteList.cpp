@@ -212,7 +212,7 @@ std::vector<Finding> SqliteList::inspect(const std::function<void(const RfidCard
     std::vector<Finding> findings;
     try {
         const SqlStatementBuilder builder(std::make_shared<SqliteConnector>(databaseName()));
-        if (isEmpty(builder)) return findings;
+        if (isEmpty(builder)) return {{std::nullopt, emptyFile}};
         inspectDatabase(builder, findings);
         for (const SqlRow& row : query(builder, "SELECT id, expiry_date FROM rfid_card ORDER BY id")) {
             inspectRecord(builder, row, findings, visit);
