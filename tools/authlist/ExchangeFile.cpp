@@ -36,7 +36,7 @@ char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a'
 
 // Where columns are mixed up, the word that is no status may be a key; and the library names a type.
 std::string reasonFor(const std::exception& error) {
-    const std::string reason = reasonOf(error);
+    std::string reason = reasonOf(error);
     if (reason.find("was not found in N3oru") == std::string::npos) return reason;
     return "the status is none of Accepted, Expired, Blocked, Invalid, ConcurrentTx and Operator";
 }

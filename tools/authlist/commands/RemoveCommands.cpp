@@ -17,6 +17,8 @@ bool isReadable(const OpenedList& list, unsigned id) {
     try {
         list.accessor().readRecord(id);
         return true;
+    } catch (const std::runtime_error&) {
+        throw;  // of the list as a whole, such as one that is in use
     } catch (const std::exception&) {
         return false;
     }
