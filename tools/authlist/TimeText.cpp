@@ -16,7 +16,8 @@ namespace oru::kadi::authlist::tool {
 namespace {
 
 constexpr std::int64_t lastSecond = std::numeric_limits<std::uint32_t>::max();  // 2106-02-07T06:28:15Z
-constexpr std::size_t dateLength = 10;                                          // of YYYY-MM-DD
+constexpr std::int64_t secondsOfDay = 86400;
+constexpr std::size_t dateLength = 10;  // of YYYY-MM-DD
 
 TimePoint timeAt(std::int64_t seconds) { return TimePoint(std::chrono::seconds(seconds)); }
 
@@ -29,9 +30,9 @@ std::int64_t localOffset(std::int64_t seconds) {
 
 // Where clocks are put back, an hour comes twice; the first of the two is taken.
 std::int64_t localToUtc(std::int64_t seconds) {
-    const std::int64_t earlier = seconds - localOffset(seconds - 24 * 3600);
+    const std::int64_t earlier = seconds - localOffset(seconds - secondsOfDay);
     if (earlier + localOffset(earlier) == seconds) return earlier;
-    return seconds - localOffset(seconds + 24 * 3600);
+    return seconds - localOffset(seconds + secondsOfDay);
 }
 
 bool namesZone(const std::string& text) { return text.find_first_of("Zz+-", dateLength) != std::string::npos; }
@@ -41,9 +42,9 @@ std::optional<std::int64_t> secondsOfUnit(char unit) {
         case 'h':
             return 3600;
         case 'd':
-            return std::int64_t{24} * 3600;
+            return secondsOfDay;
         case 'w':
-            return std::int64_t{7} * 24 * 3600;
+            return 7 * secondsOfDay;
         default:
             return std::nullopt;
     }

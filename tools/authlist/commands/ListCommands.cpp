@@ -70,6 +70,7 @@ void printCards(OpenedList& list, const CardQuery& query, const Session& session
     RecordsOutput output(session, CardPrinter::columns(), CardPrinter::csvNames());
     forEachPage(list.manager(), query, [&](const std::vector<RfidCard>& cards) {
         std::vector<RecordsOutput::Record> page;
+        page.reserve(cards.size());
         for (const RfidCard& card : cards) page.push_back(printer.record(card));
         output.print(page);
     });
