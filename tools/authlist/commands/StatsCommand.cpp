@@ -31,7 +31,7 @@ struct Statistics {
 };
 
 void take(Statistics& statistics, const RfidCard& card, std::int64_t now) {
-    constexpr std::int64_t soon = 30 * 24 * 3600;
+    constexpr std::int64_t soon = 2'592'000;  // 30 days
     for (Counts* counts : {&statistics.byStatus[card.status], &statistics.all}) {
         ++counts->cards;
         counts->tags += card.tags.size();
@@ -113,6 +113,7 @@ void print(const std::vector<Figure>& figures, const Session& session) {
     } else {
         Table table(out, {{.title = "FIGURE"}, {.title = "VALUE", .alignedRight = true}}, session.outTerminal());
         std::vector<Row> rows;
+        rows.reserve(figures.size());
         for (const Figure& figure : figures) rows.push_back({{figure.name}, {figure.text.value_or("none")}});
         table.print(rows);
     }
