@@ -58,7 +58,7 @@ TerminalRun::TerminalRun(const Arguments& arguments, const ToolSetting& setting)
     if (mProcess < 0) throw std::runtime_error("forkpty failed");
     if (mProcess == 0) {
         for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
-        if (setting.folder.empty() || chdir(setting.folder.c_str()) == 0) execv(words.front(), words.data());
+        if (setting.folder.empty() || chdir(setting.folder.c_str()) == 0) execvp(words.front(), words.data());
         _exit(127);
     }
     type(setting.input);

@@ -61,7 +61,7 @@ public:
         unsetenv("NO_COLOR");
         for (const auto& [name, value] : mVariables) setenv(name.c_str(), value.c_str(), 1);
         signal(SIGPIPE, SIG_DFL);
-        if (mFolder.empty() || chdir(mFolder.c_str()) == 0) execv(mArguments.front(), mArguments.data());
+        if (mFolder.empty() || chdir(mFolder.c_str()) == 0) execvp(mArguments.front(), mArguments.data());
         _exit(127);
     }
 
