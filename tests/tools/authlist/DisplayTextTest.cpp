@@ -9,8 +9,8 @@
 #include <string_view>
 
 #include "output/DisplayText.h"
-#include "support/NamedCase.h"
 #include "support/Emulator.h"
+#include "support/NamedCase.h"
 
 namespace {
 
@@ -166,7 +166,7 @@ TEST(DisplayWidth, MakesItsLocaleOnce) {
 
 // Runs in a process of its own, in which no locale was made yet.
 TEST(DisplayWidthDeathTest, IsOneColumnACodePointWhereTheSystemHasNoLocales) {
-    if (isEmulated()) GTEST_SKIP() << "starts itself once more, which an emulated program cannot";
+    if (test::isEmulated()) GTEST_SKIP() << "starts itself once more, which an emulated program cannot";
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
