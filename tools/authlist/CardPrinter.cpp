@@ -3,8 +3,8 @@
 
 #include <ostream>
 
+#include "Answer.h"
 #include "FieldText.h"
-#include "Verdict.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
 

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <set>
 
+#include "Ascii.h"
 #include "CardQuery.h"
 #include "Numbers.h"
 #include "Outcome.h"
@@ -11,13 +12,6 @@
 
 namespace oru::kadi::authlist::tool {
 namespace {
-
-std::string lowerCase(std::string text) {
-    for (char& c : text) {
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-    }
-    return text;
-}
 
 RfidCard required(std::optional<RfidCard> card, const OpenedList& list, const std::string& name) {
     if (!card) throw ToolError(ExitStatus::Unknown, list.path() + ": no card has the " + name);
@@ -66,12 +60,10 @@ void requireOwnId(const RfidCard& card, OpenedList& list, const Session& session
 }
 
 std::string nameOf(const RfidCard& card, const Session& session) {
-    std::string name = "card " + std::to_string(card.id.value_or(0));
-    if (!card.description.empty())
-        name += " (" + card.description + ")";
-    else if (!card.tags.empty() && card.tags.front().key)
-        name += " (" + session.keys()(*card.tags.front().key) + ")";
-    return name;
+    const std::string name = "card " + std::to_string(card.id.value_or(0));
+    if (!card.description.empty()) return name + " (" + card.description + ")";
+    if (card.tags.empty() || !card.tags.front().key) return name;
+    return name + " (" + session.keys()(*card.tags.front().key) + ")";
 }
 
 void CardSelection::addOptions(CLI::App& command, bool withFilters) {

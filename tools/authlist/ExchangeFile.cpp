@@ -5,6 +5,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "Ascii.h"
 #include "CardTags.h"
 #include "Numbers.h"
 #include "Outcome.h"
@@ -24,15 +25,7 @@ using common::lwjson::Deserializer;
     throw ToolError(ExitStatus::Refused, place + ": " + reason);
 }
 
-char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool endsLike(const std::string& file, std::string_view extension) {
-    if (file.size() < extension.size()) return false;
-    return std::equal(extension.begin(), extension.end(), file.end() - static_cast<std::ptrdiff_t>(extension.size()),
-                      [](char wanted, char c) { return wanted == lowerCase(c); });
-}
-
-char upperCase(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+bool endsLike(const std::string& file, std::string_view extension) { return lowerCase(file).ends_with(extension); }
 
 // Where columns are mixed up, the word that is no status may be a key; and the library names a type.
 std::string reasonFor(const std::exception& error) {
@@ -187,9 +180,7 @@ std::optional<unsigned> versionOf(const Deserializer& json, const std::string& n
 // Storage compares hashes byte by byte, so that no key would find one with capitals.
 void toLowerCase(std::vector<RfidCard>& cards) {
     for (RfidCard& card : cards) {
-        for (RfidTag& tag : card.tags) {
-            for (char& c : tag.hash) c = lowerCase(c);
-        }
+        for (RfidTag& tag : card.tags) tag.hash = lowerCase(tag.hash);
     }
 }
 

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "Ascii.h"
 #include "Numbers.h"
 #include "Outcome.h"
 #include "authlist/Timestamp.h"
@@ -164,12 +165,6 @@ bool TextFilter::passes(const RfidCard& card) const {
     const std::string text = mIsParent ? card.parentId.value_or("") : card.description;
     if (mOperator == '~') return containsIgnoringCase(text, mText);
     return (text == mText) == (mOperator == '=');
-}
-
-bool containsIgnoringCase(const std::string& text, const std::string& part) {
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::search(text.begin(), text.end(), part.begin(), part.end(),
-                       [lower](char a, char b) { return lower(a) == lower(b); }) != text.end();
 }
 
 bool Filters::pass(const RfidCard& card) const {

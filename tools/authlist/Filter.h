@@ -53,9 +53,6 @@ private:
     std::string mText;
 };
 
-/// Whether text holds part, upper and lower case of a to z taken as equal.
-bool containsIgnoringCase(const std::string& text, const std::string& part);
-
 /// All filters of a command; all must pass.
 struct Filters {
     std::vector<Filter> plain;

@@ -55,6 +55,9 @@ private:
     Terminal mErrTerminal;
 };
 
+/// Why a change may not be found when it is looked for afterwards; follows what was to be changed.
+inline constexpr const char* notStored = " could not be stored (is the list read-only, full or in use?)";
+
 /// A list open through the library.
 class OpenedList {
 public:

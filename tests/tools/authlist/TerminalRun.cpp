@@ -10,27 +10,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
-#include <cstdlib>
-#include <map>
-#include <sstream>
 #include <stdexcept>
-#include <vector>
+
+#include "tools/authlist/Execution.h"
 
 namespace oru::kadi::authlist::test {
 namespace {
 
 constexpr int aMinute = 60'000;
-
-/// The tool, behind the emulator of a cross build, and its arguments.
-std::vector<std::string> partsOf(const Arguments& arguments) {
-    std::vector<std::string> parts;
-    std::istringstream command(AUTHLIST_TOOL);
-    for (std::string part; std::getline(command, part, ';');) {
-        if (!part.empty()) parts.push_back(part);
-    }
-    parts.insert(parts.end(), arguments.begin(), arguments.end());
-    return parts;
-}
 
 std::string withoutCarriageReturns(const std::string& text) {
     std::string plain;
@@ -43,24 +30,13 @@ std::string withoutCarriageReturns(const std::string& text) {
 }  // namespace
 
 TerminalRun::TerminalRun(const Arguments& arguments, const ToolSetting& setting) {
-    std::vector<std::string> parts = partsOf(arguments);
-    std::vector<char*> words;
-    for (std::string& part : parts) words.push_back(part.data());
-    words.push_back(nullptr);
-    std::map<std::string, std::string> variables{
-        {"TZ", "UTC"}, {"LC_ALL", "C"}, {"TERM", "xterm"}, {"NO_COLOR", "1"}, {"COLUMNS", "80"}};
-    for (const auto& [name, value] : setting.variables) variables[name] = value;
-
+    const Execution execute(arguments, setting);
     winsize size{};
     size.ws_row = 24;
     size.ws_col = 80;
     mProcess = forkpty(&mTerminal, nullptr, nullptr, &size);
     if (mProcess < 0) throw std::runtime_error("forkpty failed");
-    if (mProcess == 0) {
-        for (const auto& [name, value] : variables) setenv(name.c_str(), value.c_str(), 1);
-        if (setting.folder.empty() || chdir(setting.folder.c_str()) == 0) execvp(words.front(), words.data());
-        _exit(127);
-    }
+    if (mProcess == 0) execute();
     type(setting.input);
 }
 
@@ -110,6 +86,10 @@ bool TerminalRun::readSome() {
     if (count <= 0) return count < 0 && errno == EINTR;
     mOut.append(piece, static_cast<std::size_t>(count));
     return true;
+}
+
+ToolResult runToolOnTerminal(const Arguments& arguments, const ToolSetting& setting) {
+    return TerminalRun(arguments, setting).finish();
 }
 
 }  // namespace oru::kadi::authlist::test

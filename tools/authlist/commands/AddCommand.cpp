@@ -88,8 +88,7 @@ ExitStatus add(const Session& session, const AddOptions& options) {
     list.settle();
     const auto stored = list.manager().retrieveRecord(card.tags.front().hash, KeyRepresentation::Hash);
     if (!stored || stored->id != id) {
-        throw ToolError(ExitStatus::Storage,
-                        list.path() + ": the card could not be stored (is the list read-only, full or in use?)");
+        throw ToolError(ExitStatus::Storage, list.path() + ": the card" + notStored);
     }
     session.say("Added card " + std::to_string(id) + " with " + keysText(card, session) +
                 (list.storage().isNew() ? " to the new list " + list.path() : "") + ".");
@@ -101,7 +100,7 @@ ExitStatus add(const Session& session, const AddOptions& options) {
 
 void addAddCommand(CommandLine& line) {
     const auto options = std::make_shared<AddOptions>();
-    CLI::App& command = line.add("add", "Adds a card and prints its id",
+    CLI::App& command = line.add("add", "Adds a card and says which id it has",
                                  "-l site.db add 04A2B3C4 --description 'Anna, flat 3'\n"
                                  "-l site.db add 04FFEE01 --description Visitor --expiry +1d\n"
                                  "-l site.db add 04A2B3C4 04D5E6F7 --hash-only --evse 2",

@@ -87,15 +87,15 @@ void print(const std::vector<Finding>& findings, std::size_t count, const Sessio
             list += (list.empty() ? "" : ",") +
                     JsonObject().number("id", finding.recordId).text("text", finding.text).str();
         }
-        out << JsonObject()
-                   .boolean("sound", findings.empty())
-                   .number("cards", count)
-                   .json("findings", '[' + list + ']')
-                   .str()
+        out << session.data(JsonObject()
+                                .boolean("sound", findings.empty())
+                                .number("cards", count)
+                                .json("findings", '[' + list + ']')
+                                .str())
             << '\n';
     } else if (session.options.output == OutputFormat::Csv) {
         out << "id,finding\n";
-        for (const Finding& finding : findings) out << csvLine({idOf(finding), finding.text}) << '\n';
+        for (const Finding& finding : findings) out << session.data(csvLine({idOf(finding), finding.text})) << '\n';
     } else {
         for (const Finding& finding : findings) {
             out << (finding.recordId ? "Record " + idOf(finding) + ": " : "List: ") << printable(finding.text) << '\n';

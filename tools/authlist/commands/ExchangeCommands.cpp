@@ -217,8 +217,9 @@ ExitStatus copy(const Session& session, const CopyOptions& options) {
     } catch (const std::exception& error) {
         fs::remove(options.file, ignored);
         const auto* const toolError = dynamic_cast<const ToolError*>(&error);
+        const std::string reason = reasonOf(error);
         throw ToolError(toolError != nullptr ? toolError->status() : ExitStatus::Storage,
-                        options.file + ": " + reasonOf(error) + "; no copy was made");
+                        (reason.starts_with(options.file) ? "" : options.file + ": ") + reason + "; no copy was made");
     }
     session.say("Copied " + cardsText(cards.size()) + " to " + options.file + ", a " + nameOf(options.store) + ".");
     return ExitStatus::Done;

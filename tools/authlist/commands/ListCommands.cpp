@@ -4,6 +4,7 @@
 #include <memory>
 #include <ostream>
 
+#include "Ascii.h"
 #include "CardPrinter.h"
 #include "CardQuery.h"
 #include "CardSelection.h"
@@ -49,19 +50,12 @@ struct ListOptions {
     }
 };
 
-char lowerCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool equalsIgnoringCase(char a, char b) { return lowerCase(a) == lowerCase(b); }
-
-bool beginsWith(const std::string& text, const std::string& part) {
-    return text.size() >= part.size() && std::equal(part.begin(), part.end(), text.begin(), equalsIgnoringCase);
-}
-
 bool matches(const RfidCard& card, const std::string& text, const std::string& hash) {
     if (containsIgnoringCase(card.description, text) || (card.parentId && containsIgnoringCase(*card.parentId, text)))
         return true;
     return std::any_of(card.tags.begin(), card.tags.end(), [&](const RfidTag& tag) {
-        return tag.hash == hash || beginsWith(tag.hash, text) || (tag.key && containsIgnoringCase(*tag.key, text));
+        return tag.hash == hash || lowerCase(tag.hash).starts_with(lowerCase(text)) ||
+               (tag.key && containsIgnoringCase(*tag.key, text));
     });
 }
 

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <CLI/CLI.hpp>
-#include <cctype>
+#include <chrono>
 #include <memory>
 #include <ostream>
 
+#include "Answer.h"
+#include "Ascii.h"
 #include "CardPrinter.h"
 #include "CardSelection.h"
-#include "Verdict.h"
+#include "FieldText.h"
 #include "commands/Commands.h"
 #include "output/DisplayText.h"
 #include "output/Json.h"
@@ -21,16 +23,9 @@ struct Verdict {
     std::optional<RfidCard> card;
 };
 
-std::string inCase(std::string key, int (*convert)(int)) {
-    for (char& c : key) {
-        if (static_cast<unsigned char>(c) < 0x80U) c = static_cast<char>(convert(c));
-    }
-    return key;
-}
-
 // Readers and people differ over capitals, and storage counts them.
 std::string reasonForUnknown(const std::string& key, const OpenedList& list) {
-    for (const std::string& other : {inCase(key, std::toupper), inCase(key, std::tolower)}) {
+    for (const std::string& other : {upperCase(key), lowerCase(key)}) {
         if (list.accessor().readRecord(other, KeyRepresentation::Key)) {
             return "no card of the list has this key, but one has it in other letter case";
         }
@@ -49,7 +44,8 @@ Verdict lookUp(OpenedList& list, const std::string& key, const Session& session)
         return {answer.word(), answer.reason, answer.isAccepted ? ExitStatus::Done : ExitStatus::No, card};
     }
     // The library says nothing about why; either the record is gone now, or it could not be written.
-    if (lifetimeIsOver(*stored) && !list.manager().retrieveRecord(key, KeyRepresentation::Key)) {
+    const bool isOver = lifetimeIsOver(*stored, std::chrono::system_clock::now());
+    if (isOver && !list.manager().retrieveRecord(key, KeyRepresentation::Key)) {
         return {"Refused", "the lifetime of the record is over; it was removed", ExitStatus::No, stored};
     }
     throw ToolError(ExitStatus::Storage, list.path() +
@@ -70,13 +66,18 @@ void print(const Verdict& verdict, const Session& session) {
         return;
     }
     if (session.options.output == OutputFormat::Csv) {
-        const auto field = [&card](const std::string& text) { return card ? text : std::string(); };
+        std::vector<std::string> values{verdict.word, verdict.reason, "", "", "", "", ""};
+        if (card) {
+            values = {verdict.word,
+                      verdict.reason,
+                      numberOr(card->id, ""),
+                      card->description,
+                      card->parentId.value_or(""),
+                      numberOr(card->evseId, ""),
+                      card->expiryDate ? session.times().show(*card->expiryDate) : ""};
+        }
         session.out() << "verdict,reason,id,description,parentId,evseId,expiryDate\n"
-                      << csvLine({verdict.word, verdict.reason, field(card ? std::to_string(card->id.value_or(0)) : ""),
-                                  field(card ? card->description : ""), field(card ? card->parentId.value_or("") : ""),
-                                  field(card && card->evseId ? std::to_string(*card->evseId) : ""),
-                                  field(card && card->expiryDate ? session.times().show(*card->expiryDate) : "")})
-                      << '\n';
+                      << session.data(csvLine(values)) << '\n';
         return;
     }
     const Colour colour = verdict.status == ExitStatus::Done ? Colour::Green : Colour::Red;
@@ -85,7 +86,7 @@ void print(const Verdict& verdict, const Session& session) {
     if (!card) return;
     session.out() << "Description  " << printable(card->description) << '\n'
                   << "Parent       " << printable(card->parentId.value_or("none")) << '\n'
-                  << "EVSE         " << (card->evseId ? std::to_string(*card->evseId) : "any") << '\n'
+                  << "EVSE         " << numberOr(card->evseId, "any") << '\n'
                   << "Expiry       " << printer.expiry(*card) << '\n';
 }
 
@@ -94,7 +95,7 @@ void noteLostAccess(const Verdict& verdict, OpenedList& list, const Session& ses
     if (!verdict.card || !verdict.card->id) return;
     const auto stored = list.manager().retrieveRecord(*verdict.card->id);
     if (!stored || secondsOf(stored->lastAccessTime) >= secondsOf(verdict.card->lastAccessTime)) return;
-    session.note(list.path() + ": the access could not be stored (is the list read-only, full or in use?)");
+    session.note(list.path() + ": the access" + notStored);
 }
 
 ExitStatus authorize(const Session& session, const std::string& key) {

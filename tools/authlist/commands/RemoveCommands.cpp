@@ -11,8 +11,6 @@
 namespace oru::kadi::authlist::tool {
 namespace {
 
-constexpr const char* notStored = ": the change could not be stored (is the list read-only, full or in use?)";
-
 bool isReadable(const OpenedList& list, unsigned id) {
     try {
         list.accessor().readRecord(id);
@@ -64,7 +62,8 @@ ExitStatus clear(const Session& session, bool isConfirmed) {
     const std::string number = cardsText(list.manager().countRecords());  // maybe others than before the question
     list.manager().clearAll();
     list.settle();
-    if (list.manager().countRecords() != 0) throw ToolError(ExitStatus::Storage, list.path() + notStored);
+    if (list.manager().countRecords() != 0)
+        throw ToolError(ExitStatus::Storage, list.path() + ": the change" + notStored);
     session.out() << "Removed " << number << ".\n";
     return ExitStatus::Done;
 }

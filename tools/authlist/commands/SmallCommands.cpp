@@ -26,8 +26,7 @@ ExitStatus setVersion(const Session& session, const std::string& text) {
     list.manager().setVersion(version);
     list.settle();
     if (list.manager().getVersion() != version) {
-        throw ToolError(ExitStatus::Storage,
-                        list.path() + ": the version could not be stored (is the list read-only, full or in use?)");
+        throw ToolError(ExitStatus::Storage, list.path() + ": the version" + notStored);
     }
     session.out() << "The list version is " << version << ".\n";
     return ExitStatus::Done;

@@ -19,6 +19,7 @@ struct Answer {
 /// Looks at the card alone: a lookup by the library also changes what is stored.
 Answer answerTo(const RfidCard& card, const TimeText& times);
 
-bool lifetimeIsOver(const RfidCard& card);
+/// Counts as a lookup does: to the nanosecond, and the deadline itself still belongs to the lifetime.
+bool lifetimeIsOver(const RfidCard& card, TimePoint now);
 
 }  // namespace oru::kadi::authlist::tool

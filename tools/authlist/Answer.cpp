@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "Verdict.h"
+#include "Answer.h"
 
 #include <chrono>
 #include <cstdint>
@@ -8,13 +8,16 @@
 
 namespace oru::kadi::authlist::tool {
 
-bool lifetimeIsOver(const RfidCard& card) {
-    return card.recordLifetime && secondsOf(card.lastModificationTime) + std::int64_t{*card.recordLifetime} <=
-                                      secondsOf(std::chrono::system_clock::now());
+bool lifetimeIsOver(const RfidCard& card, TimePoint now) {
+    if (!card.recordLifetime) return false;
+    // As unsigned numbers, where an overflow is defined.
+    const auto modified = static_cast<std::uint64_t>(card.lastModificationTime.time_since_epoch().count());
+    const auto deadline = static_cast<std::int64_t>(modified + std::uint64_t{*card.recordLifetime} * 1'000'000'000U);
+    return deadline < now.time_since_epoch().count();
 }
 
 Answer answerTo(const RfidCard& card, const TimeText& times) {
-    if (lifetimeIsOver(card)) return {false, "the lifetime of the record is over"};
+    if (lifetimeIsOver(card, std::chrono::system_clock::now())) return {false, "the lifetime of the record is over"};
     const bool isExpired = AuthListManager::dateExpired(card);
     switch (card.status) {
         case RfidCardStatus::Accepted:
