@@ -85,6 +85,7 @@ void AuthListManager::importFile(const std::string& path, ExchangeDataType type,
     std::ifstream file(path, std::ios::binary);
     if (!file.is_open()) fail(*this, "Failed to open input file for import at " + path, "Input file open failure");
     const std::string text = readAll(file);
+    file.close();  // before the log callback and the backend come into play
     if (text.empty()) fail(*this, emptyImport, emptyImport);
     if (file.bad()) fail(*this, "Failed to read input file for import at " + path, "Input file read failure");
     importStr(text, type);

@@ -298,6 +298,18 @@ TEST_F(Emplace, RefusesANewCardWhenTheListIsFull) {
     }
 }
 
+// The log speaks of the call, the exception gives a short reason.
+TEST_F(Emplace, LogsAndThrowsDifferentTextsOnPurpose) {
+    mStorage.count = capacity;
+    RfidCard full = cardWithHashes({"h1"});
+    EXPECT_EQ(thrownByEmplace(full, false, false), "std::runtime_error: Database full");
+    EXPECT_EQ(mStorage.lastEntry(), "log: Database is full, emplace() call cannot proceed.");
+    mStorage.knownHashes = {"h1"};
+    EXPECT_EQ(thrownByEmplace(full, false, false), "std::runtime_error: Identifier already in database");
+    EXPECT_EQ(mStorage.lastEntry(),
+              "log: Rfid Card in emplace() call is already stored in the database and update is not allowed.");
+}
+
 TEST_F(Emplace, DoesNotTakeAListForFullThatGrewBeyondItsCapacity) {
     for (const unsigned count : {0U, capacity - 1, capacity + 1, 4294967295U}) {
         for (const bool makeRoomIfFull : {false, true}) {

@@ -18,6 +18,7 @@
 #include "support/ExchangedCards.h"
 #include "support/Files.h"
 #include "support/ManagerOverFake.h"
+#include "support/OpenFiles.h"
 #include "support/OrdinaryRights.h"
 #include "support/TemporaryFolder.h"
 #include "support/ThrownBy.h"
@@ -208,6 +209,11 @@ TEST_F(ManagerExport, ReportsAFileThatCannotBeOpened) {
                     ElementsAre("readAllRecords()", "error: Failed to open output file for export at {}" + path));
     }
     EXPECT_TRUE(std::filesystem::is_empty(mFolder.path()));
+}
+
+TEST_F(ManagerExport, KeepsTheTwoBracesInTheMessageOfAFileThatCannotBeOpened) {
+    thrownBy([&] { mManager.exportFile("/no/such/folder/list", CSV, false, ""); });
+    EXPECT_EQ(journal().back(), "error: Failed to open output file for export at {}/no/such/folder/list");
 }
 
 TEST_F(ManagerExport, ReportsAFileThatMustNotBeWritten) {
@@ -427,6 +433,19 @@ TEST_F(ManagerImport, ReadsAFileLargerThanAnyBuffer) {
     writeFile(file, text);
     mManager.importFile(file, CSV, false, "");
     EXPECT_EQ(mStorage.written.size(), 50'000U);
+}
+
+TEST_F(ManagerImport, HasClosedTheFileBeforeItLogsOrImports) {
+    const std::string file = mFolder.file("list.csv");
+    std::vector<int> openThen;
+    AuthListConfiguration configuration;
+    configuration.logCallback = [&](const std::string&, bool) { openThen.push_back(test::openDescriptorsOf(file)); };
+    AuthListManager manager(std::make_unique<test::FakeDbAccessor>(mStorage), configuration);
+    writeFile(file, csvLine);
+    manager.importFile(file, CSV, false, "");
+    writeFile(file, "");
+    EXPECT_EQ(thrownBy([&] { manager.importFile(file, CSV, false, ""); }), "std::runtime_error: " + emptyFile);
+    EXPECT_THAT(openThen, ElementsAre(0, 0));
 }
 
 TEST_F(ManagerImport, DoesNotWarnOfAPasswordWithoutZip) {

@@ -255,6 +255,22 @@ TEST(JsonRoundTrip, KeepsExtraDataOfAHundredThousandLevels) {
     EXPECT_TRUE(fieldsOf(roundTrip({card})) == fieldsOf(std::vector<RfidCard>{card}));
 }
 
+// The deepest that is written must be read again, also where it stands deepest: in a tag.
+TEST(JsonRoundTrip, KeepsExtraDataAsDeepAsTheExportWritesIt) {
+    constexpr std::size_t deepest = 199'900;
+    const auto nested = [](std::size_t levels) {
+        return R"({"deep":)" + std::string(levels - 1, '[') + std::string(levels - 1, ']') + "}";
+    };
+    RfidCard card = cardWithExtraData(nested(deepest));
+    card.id = 1;
+    card.tags[0].extraData = card.extraData;
+    EXPECT_TRUE(fieldsOf(roundTrip({card})) == fieldsOf(std::vector<RfidCard>{card}));
+    card.tags[0].extraData = nested(deepest + 1);
+    EXPECT_THAT(
+        thrownBy([&] { serializeRfidsAsJson({card}, std::nullopt); }),
+        testing::StartsWith("std::invalid_argument: The extra data of the card with id 1 or of one of its tags"));
+}
+
 TEST(JsonRoundTrip, FailsOnExtraDataThatIsNoObject) {
     for (const char* extraData : {"[]", "5", "false", R"("text")"}) {
         EXPECT_EQ(thrownBy([&] { roundTrip({cardWithExtraData(extraData)}); }),

@@ -357,6 +357,18 @@ TEST_F(UpdateOnAccess, TurnsAnAcceptedCardAtOrPastItsExpiryDateIntoAnExpiredOne)
     EXPECT_EQ(statusAfterAccess(accepted, TimePoint::min()), RfidCardStatus::Expired);
 }
 
+// A card may expire between the two.
+TEST(UpdateOnAccessAsTimePasses, ReadsTheClockForTheAccessAndAgainForTheExpiry) {
+    test::FakeStorage storage;
+    const AuthListManager manager(std::make_unique<test::FakeDbAccessor>(storage), {});
+    const test::StandingClock clock(now, tick);
+    RfidCard card = storedCard();
+    card.expiryDate = now + tick;
+    manager.updateOnAccess(card);
+    EXPECT_EQ(card.lastAccessTime, now);
+    EXPECT_EQ(card.status, RfidCardStatus::Expired);
+}
+
 TEST_F(UpdateOnAccess, ChangesNoOtherStatus) {
     for (const int value : {1, 2, 3, 4, 5, 6, -1}) {
         const auto status = static_cast<RfidCardStatus>(value);

@@ -38,6 +38,9 @@ constexpr std::array<EnumerationText<SortingOrder>, 2> sortingOrders{{
     {SortingOrder::Descending, "DESC"},
 }};
 
+// Lives longer than every object of an application, which may look cards up to its end.
+const std::string recordById = " SELECT * FROM rfid_card WHERE id=? ";
+
 // An unsigned number is stored as the same 32 bits.
 SqlValue bindable(unsigned number) { return static_cast<int>(number); }
 
@@ -148,8 +151,7 @@ SqlStatementBuilder::SqlStatementBuilder(std::shared_ptr<SqliteConnector> connec
 SqliteStatement SqlStatementBuilder::getAllRecords() const { return prepareStatement(" SELECT * FROM rfid_card ", {}); }
 
 SqliteStatement SqlStatementBuilder::getRecordById(unsigned id) const {
-    static const std::string sql = " SELECT * FROM rfid_card WHERE id=? ";
-    return prepareStatement(sql, {bindable(id)});
+    return prepareStatement(recordById, {bindable(id)});
 }
 
 SqliteStatement SqlStatementBuilder::getRfidTagByCardId(int cardId) const {

@@ -67,7 +67,7 @@ Deserializer::Deserializer(Options) : Deserializer(std::string_view{"null"}) {}
 Deserializer::Deserializer(std::string_view raw) : mRaw(raw), mKind(kindOf(raw.front())) {}
 
 void Deserializer::importJson(std::string_view text) {
-    validateJson(text);
+    validateJson(text, deepestText);
     const char* const first = skipBlanks(text.data(), endOf(text));
     *this = Deserializer(between(first, skipValue(first, endOf(text))));
 }

@@ -14,12 +14,11 @@
 namespace oru::common::lwjson {
 namespace {
 
-// The reader keeps a few bytes for each open bracket; the limit keeps them few beside any text.
-constexpr int maximumDepth = 200'000;
-
 // Looks at what the reader does not: how deep a value stands, and surrogates that stand alone.
 class Limits : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Limits> {
 public:
+    explicit Limits(int deepest) : mDeepest(deepest) {}
+
     bool StartObject() { return enter(); }
     bool StartArray() { return enter(); }
     bool EndObject(rapidjson::SizeType) { return --mDepth >= 0; }
@@ -35,10 +34,11 @@ public:
 
 private:
     bool enter() {
-        if (++mDepth > maximumDepth) mProblem = "Nested too deep.";
+        if (++mDepth > mDeepest) mProblem = "Nested too deep.";
         return mProblem == nullptr;
     }
 
+    int mDeepest;
     int mDepth = 0;
     const char* mProblem = nullptr;
 };
@@ -49,12 +49,12 @@ private:
 
 }  // namespace
 
-void validateJson(std::string_view text) {
+void validateJson(std::string_view text, int deepest) {
     constexpr unsigned flags =
         rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag | rapidjson::kParseNumbersAsStringsFlag;
     rapidjson::MemoryStream stream(text.data(), text.size());
     JsonReader reader;
-    Limits limits;
+    Limits limits(deepest);
     const rapidjson::ParseResult result = reader.Parse<flags>(stream, limits);
     if (result.IsError()) {
         const char* problem = limits.problem();

@@ -17,7 +17,7 @@ void require(bool inOrder, const char* failure) {
 void completeText(std::string& json) {
     if (json.empty()) json = "null";
     try {
-        validateJson(json);
+        validateJson(json, deepestPart);
     } catch (const std::runtime_error& error) {
         throw std::invalid_argument(error.what());
     }

@@ -51,8 +51,8 @@ public:
         mJson += ']';
     }
 
-    /// Closes the object, or checks the text that is carried: std::invalid_argument when it is not one JSON value.
-    /// A second call does nothing.
+    /// Closes the object, or checks the text that is carried: std::invalid_argument when it is not one JSON value, or
+    /// nests so deep (199,900 levels) that the text around it might not be read again. A second call does nothing.
     void finalize();
 
     /// The text of a finalized serializer, free to be changed or moved away.
