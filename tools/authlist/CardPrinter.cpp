@@ -107,10 +107,10 @@ void CardPrinter::printDetails(const RfidCard& card) const {
     line("Lifetime", card.recordLifetime ? std::to_string(*card.recordLifetime) + " s" : "no limit");
 }
 
-std::string CardPrinter::keys(const RfidCard& card) const {
+std::string CardPrinter::keys(const RfidCard& card, char separator) const {
     std::string text;
     for (const RfidTag& tag : card.tags) {
-        if (!text.empty()) text += ' ';
+        if (!text.empty()) text += separator;
         text += hasKey(tag) ? mSession.keys()(*tag.key) : '#' + tag.hash.substr(0, 8);
     }
     return text;

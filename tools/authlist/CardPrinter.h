@@ -28,7 +28,7 @@ public:
     void printDetails(const RfidCard& card) const;
 
     /// The card's keys, masked; of a tag without key the first digits of its hash.
-    std::string keys(const RfidCard& card) const;
+    std::string keys(const RfidCard& card, char separator = ' ') const;
     /// "never" where absent.
     std::string expiry(const RfidCard& card) const;
 

@@ -60,7 +60,7 @@ void requireOwnId(const RfidCard& card, OpenedList& list, const Session& session
 }
 
 std::string nameOf(const RfidCard& card, const Session& session) {
-    const std::string name = "card " + std::to_string(card.id.value_or(0));
+    std::string name = "card " + std::to_string(card.id.value_or(0));
     if (!card.description.empty()) return name + " (" + card.description + ")";
     if (card.tags.empty() || !card.tags.front().key) return name;
     return name + " (" + session.keys()(*card.tags.front().key) + ")";
@@ -68,10 +68,10 @@ std::string nameOf(const RfidCard& card, const Session& session) {
 
 void CardSelection::addOptions(CLI::App& command, bool withFilters) {
     command.add_option("KEY", keys, "Plain keys, as they stand on the cards");
-    command.add_option("--hash", hashes, "Hashes of keys")->type_name("HASH")->allow_extra_args(false);
-    command.add_option("--id", ids, "Ids of cards")->type_name("N")->allow_extra_args(false);
+    command.add_option("--hash", hashes, "Hash of a key; may be repeated")->type_name("HASH")->allow_extra_args(false);
+    command.add_option("--id", ids, "Id of a card; may be repeated")->type_name("N")->allow_extra_args(false);
     if (!withFilters) return;
-    command.add_option("--filter", filters, "All cards that pass, instead; see list --help")
+    command.add_option("--filter", filters, "All cards that pass, instead; may be repeated; see list --help")
         ->type_name("FILTER")
         ->allow_extra_args(false);
 }

@@ -34,9 +34,9 @@ std::string reasonFor(const std::exception& error) {
     return "the status is none of Accepted, Expired, Blocked, Invalid, ConcurrentTx and Operator";
 }
 
-void requireDate(const std::string& text, const std::string& place) {
+void requireTime(const std::string& text, const char* what, const std::string& place) {
     if (!text.empty() && !exactTimestamp(text))
-        refuse(place, "the expiry date \"" + text + "\" is no time that a list can carry");
+        refuse(place, std::string("the ") + what + " \"" + text + "\" is no time that a list can carry");
 }
 
 // CSV
@@ -100,7 +100,7 @@ void checkCsvCard(std::string_view line, char separator, const std::string& plac
     if (columns.size() != 7) return;
     requireNumber(columns[0], "id", 0, place);
     if (columns[4] != "*") requireNumber(columns[4], "EVSE", 1, place);
-    requireDate(std::string(columns[6]), place);
+    requireTime(std::string(columns[6]), "expiry date", place);
 }
 
 // Of a text that the library has read. A letter separates as its capital does.
@@ -157,6 +157,11 @@ void requireNumberOrNone(const Deserializer& card, const char* key, std::uint32_
     if (!text.empty()) requireNumber(text, key, smallest, place);
 }
 
+void requireTimeOrNone(const Deserializer& card, const char* key, const char* what, const std::string& place) {
+    const auto member = card.findMember(key);
+    if (member && member->isScalar() && !member->isNull()) requireTime(textOf(*member), what, place);
+}
+
 void checkJsonCard(const Deserializer& card, const std::string& place) {
     const std::string alone = R"({"localAuthorizationList":[)" + std::string(card.rawText()) + "]}";
     try {
@@ -164,10 +169,12 @@ void checkJsonCard(const Deserializer& card, const std::string& place) {
     } catch (const std::exception& error) {
         refuse(place, reasonFor(error));
     }
+    requireNumberOrNone(card, "id", 0, place);
     requireNumberOrNone(card, "evseId", 1, place);
     requireNumberOrNone(card, "recordLifetime", 0, place);
-    const auto expiry = card.findMember("expiryDate");
-    if (expiry && expiry->isScalar() && !expiry->isNull()) requireDate(textOf(*expiry), place);
+    requireTimeOrNone(card, "expiryDate", "expiry date", place);
+    requireTimeOrNone(card, "lastAccessTime", "last access time", place);
+    requireTimeOrNone(card, "lastModificationTime", "last modification time", place);
 }
 
 std::optional<unsigned> versionOf(const Deserializer& json, const std::string& name) {

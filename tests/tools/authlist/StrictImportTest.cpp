@@ -86,6 +86,9 @@ const BadText dates[] = {
     csv("CsvSmallSeparatorLine", "sep=;\n1;d;A;Accepted;*;;2027-02-30\n", "2027-02-30"),
     csv("CsvBehindALineThatOnlyLooksLikeASeparatorLine", "abc=;\n1,d,A,Accepted,*,,2027-02-30\n", "2027-02-30"),
     json("Json", jsonCard(std::string(R"("expiryDate":"2027-02-30",)") + jsonTags), "2027-02-30"),
+    json("JsonAccessTooLate", jsonCard(std::string(R"("lastAccessTime":"2200-01-01",)") + jsonTags), "2200-01-01"),
+    json("JsonModificationTooEarly", jsonCard(std::string(R"("lastModificationTime":"1960-01-01",)") + jsonTags),
+         "1960-01-01"),
 };
 
 const BadText ids[] = {
@@ -95,6 +98,9 @@ const BadText ids[] = {
     csv("CsvBeyond32Bits", "4294967297,d,A,Accepted,*,,\n", ""),
     json("JsonJustBeyondTheLargest", jsonOf(R"({"id":2147483647,"status":"Accepted","tags":[{"key":"KEY-1"}]})"),
          "2147483647"),
+    json("JsonWithTail", jsonOf(R"({"id":"7x","status":"Accepted","tags":[{"key":"KEY-1"}]})"), "7x"),
+    json("JsonWithFraction", jsonOf(R"({"id":1.9,"status":"Accepted","tags":[{"key":"KEY-1"}]})"), "1.9"),
+    json("JsonWithBlank", jsonOf(R"({"id":" 13","status":"Accepted","tags":[{"key":"KEY-1"}]})"), " 13"),
     json("JsonOf32Bits", jsonOf(R"({"id":4294967295,"status":"Accepted","tags":[{"key":"KEY-1"}]})"), "4294967295"),
 };
 

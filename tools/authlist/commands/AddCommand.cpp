@@ -106,7 +106,7 @@ void addAddCommand(CommandLine& line) {
                                  "-l site.db add 04A2B3C4 04D5E6F7 --hash-only --evse 2",
                                  [options](const Session& session) { return add(session, *options); });
     command.add_option("KEY", options->keys, "The card's plain keys");
-    command.add_option("--hash", options->hashes, "A tag of which only the hash is known")
+    command.add_option("--hash", options->hashes, "A tag of which only the hash is known; may be repeated")
         ->type_name("HASH")
         ->allow_extra_args(false);
     command.add_flag("--hash-only", options->hashOnly, "Store only the hashes of the keys");

@@ -172,7 +172,7 @@ private:
                          .json("card", printer.json(card))
                          .json("differences", jsonOf(differences))
                          .str(),
-             .values = {change.word, id, printer.keys(card), card.description, text}});
+             .values = {change.word, id, printer.keys(card, '|'), card.description, text}});
         if (mPage.size() == 1000) flush();
     }
 
@@ -190,26 +190,30 @@ private:
     std::size_t mCount = 0;
 };
 
-ExitStatus diff(const Session& session, const std::vector<std::string>& files) {
-    if (files.size() == 1 && session.options.list.empty()) {
+struct DiffOptions {
+    std::string before;
+    std::optional<std::string> after;
+};
+
+ExitStatus diff(const Session& session, const DiffOptions& options) {
+    if (!options.after && session.options.list.empty()) {
         throw ToolError(ExitStatus::Usage, "compared with what? give a second list, or --list FILE");
     }
-    const auto before = sideOf(files.front(), session);
-    const auto after = sideOf(files.size() == 2 ? files.back() : session.options.list, session);
+    const auto before = sideOf(options.before, session);
+    const auto after = sideOf(options.after.value_or(session.options.list), session);
     return Comparison(*before, *after, session).run() ? ExitStatus::Done : ExitStatus::No;
 }
 
 }  // namespace
 
 void addDiffCommand(CommandLine& line) {
-    const auto files = std::make_shared<std::vector<std::string>>();
-    line.add("diff", "What a second list adds (+), changes (~) and removes (-)",
-             "diff old.db new.db\n"
-             "diff yesterday.json site.db",
-             [files](const Session& session) { return diff(session, *files); })
-        .add_option("A B", *files, "Lists, or exports (.json, .csv); without B the list of --list")
-        ->required()
-        ->expected(1, 2);
+    const auto options = std::make_shared<DiffOptions>();
+    CLI::App& command = line.add("diff", "What a second list adds (+), changes (~) and removes (-)",
+                                 "diff old.db new.db\n"
+                                 "diff yesterday.json site.db",
+                                 [options](const Session& session) { return diff(session, *options); });
+    command.add_option("A", options->before, "A list, or an export (.json, .csv)")->required();
+    command.add_option("B", options->after, "The second one; without it the list of --list");
 }
 
 }  // namespace oru::kadi::authlist::tool

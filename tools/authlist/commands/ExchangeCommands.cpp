@@ -237,8 +237,9 @@ void addExchangeCommands(CommandLine& line) {
     import_.add_option("FILE", imported->file, "The text; - is standard input")->required();
     addFormatOption(import_, imported->format);
     import_.add_flag("--dry-run", imported->isDryRun, "Only read the text and report; store nothing");
-    import_.add_flag("--keep-backup", imported->keepsBackup, "Keep the old list beside it, as FILE.backup-TIME");
-    import_.add_flag("--take-version", imported->takesVersion, "Take the list version from the JSON text too");
+    import_.add_flag("--keep-backup", imported->keepsBackup, "Keep the old list beside it, as LIST.backup-TIME");
+    import_.add_flag("--take-version", imported->takesVersion,
+                     "Take the list version from the JSON text too, which must have one");
 
     const auto exported = std::make_shared<ExportOptions>();
     CLI::App& export_ = line.add("export", "Writes all cards as CSV or JSON, plain keys included",

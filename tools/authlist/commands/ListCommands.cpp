@@ -34,7 +34,7 @@ struct ListOptions {
     void addFilterOption(CLI::App& command) {
         command
             .add_option("--filter", filters,
-                        "Only cards that pass, as in status=Blocked, 'expiry<2027-01-01' or description~visitor")
+                        "Cards that pass: status=Blocked, 'expiry<2027-01-01', description~visitor; may be repeated")
             ->type_name("FILTER")
             ->allow_extra_args(false);
     }

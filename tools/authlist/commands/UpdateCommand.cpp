@@ -126,10 +126,10 @@ void addUpdateCommand(CommandLine& line) {
                  [options](const Session& session) { return update(session, *options); });
     options->selection.addOptions(command, true);
     options->fields.addOptions(command);
-    command.add_option("--add-key", options->keysToAdd, "Give the card one more key")
+    command.add_option("--add-key", options->keysToAdd, "Give the card one more key; may be repeated")
         ->type_name("KEY")
         ->allow_extra_args(false);
-    command.add_option("--remove-key", options->keysToRemove, "Take a key away")
+    command.add_option("--remove-key", options->keysToRemove, "Take a key away; may be repeated")
         ->type_name("KEY")
         ->allow_extra_args(false);
     command.add_flag("-y,--yes", options->isConfirmed, "Do not ask before --filter changes cards");
