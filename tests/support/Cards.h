@@ -33,4 +33,19 @@ inline RfidCard cardWithKey(const std::string& key, RfidCardStatus status) {
     return card;
 }
 
+/// An accepted card as an application makes it, for the manager: no hash, no times.
+inline RfidCard newCard(const std::string& key) {
+    RfidCard card;
+    card.description = "Card " + key;
+    card.tags = {RfidTag{"", key, std::nullopt}};
+    return card;
+}
+
+/// The same with a status.
+inline RfidCard newCard(const std::string& key, RfidCardStatus status) {
+    RfidCard card = newCard(key);
+    card.status = status;
+    return card;
+}
+
 }  // namespace oru::kadi::authlist::test

@@ -33,6 +33,7 @@ using std::chrono::nanoseconds;
 using std::chrono::seconds;
 using test::at;
 using test::fieldsOf;
+using test::newCard;
 using test::thrownBy;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -43,19 +44,6 @@ const std::string roomMade = "log: Successfully created some more space for new 
 const std::string oldestGoes =
     "log: No records past expiry date, no invalid records, no expired records, need to delete oldest record.";
 const std::string lifetimeOver = "log: The queried authorization list record is no longer valid (lifetime exceeded).";
-
-RfidCard newCard(const std::string& key) {
-    RfidCard card;
-    card.description = "Card " + key;
-    card.tags = {RfidTag{"", key, std::nullopt}};
-    return card;
-}
-
-RfidCard newCard(const std::string& key, RfidCardStatus status) {
-    RfidCard card = newCard(key);
-    card.status = status;
-    return card;
-}
 
 class OverFile : public testing::Test {
 protected:

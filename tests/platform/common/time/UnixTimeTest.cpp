@@ -5,10 +5,8 @@
 #include <clocale>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <ctime>
 #include <limits>
-#include <optional>
 #include <string>
 #include <utility>
 
@@ -16,6 +14,7 @@
 #include "support/GroupingLocale.h"
 #include "support/NamedCase.h"
 #include "support/ThrownBy.h"
+#include "support/TimeZone.h"
 
 namespace oru::common::time {
 namespace {
@@ -24,6 +23,7 @@ using kadi::authlist::test::byName;
 using kadi::authlist::test::GroupingLocale;
 using kadi::authlist::test::NamedCase;
 using kadi::authlist::test::thrownBy;
+using kadi::authlist::test::TimeZone;
 using testing::StartsWith;
 using namespace std::string_literals;
 
@@ -389,29 +389,6 @@ void expectUsualResults() {
     EXPECT_EQ(atSecond(1782907200.75).toIso8601(), "2026-07-01T12:00:00Z");
     EXPECT_EQ(atSecond(0.0).toIso8601(), "1970-01-01T00:00:00Z");
 }
-
-// Sets the environment's time zone, and puts the old one back.
-class TimeZone {
-public:
-    explicit TimeZone(const char* name) {
-        if (const char* const previous = std::getenv("TZ")) mPrevious = previous;
-        setenv("TZ", name, 1);
-        tzset();
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
-    ~TimeZone() {
-        if (mPrevious) {
-            setenv("TZ", mPrevious->c_str(), 1);
-        } else {
-            unsetenv("TZ");
-        }
-        tzset();
-    }
-
-private:
-    std::optional<std::string> mPrevious;
-};
 
 TEST(UnixTimeInAnyTimeZone, GivesTheSameResults) {
     for (const char* name : {"UTC0", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,M3.2.0,M11.1.0", "IST-5:30", "XXX-14",
