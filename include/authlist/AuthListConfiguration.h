@@ -9,7 +9,7 @@ namespace oru::kadi::authlist {
 
 /// What an AuthListManager is built from; the manager keeps a copy of its own.
 struct AuthListConfiguration {
-    std::uint32_t maxRecords = 0;  ///< capacity in records; the list is full when it holds exactly this many
+    std::uint32_t maxRecords = 0;  ///< capacity; the list is full when it holds exactly so many records (0: when empty)
     std::string databaseFileName;  ///< path of the SQLite database; unused by a manager that was handed a backend
 
     /// Receives every message of the manager and whether it reports an error, on the calling thread and in the middle

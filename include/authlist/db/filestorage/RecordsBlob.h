@@ -20,7 +20,7 @@ namespace oru::kadi::authlist {
 ORU_AUTHLIST_EXPORT extern constinit thread_local unsigned char sSavedFormatVersion;
 
 // The layout is docs/records-blob.md. Reading throws std::runtime_error with the byte position where the data ends or
-// is wrong; a status is not checked.
+// is wrong; a status is not checked. Memory grows with what is read, whatever count is claimed.
 ORU_AUTHLIST_EXPORT common::BinarySerializer& operator<<(common::BinarySerializer& out, const RfidCard& card);
 ORU_AUTHLIST_EXPORT common::BinaryDeserializer& operator>>(common::BinaryDeserializer& in, RfidCard& card);
 ORU_AUTHLIST_EXPORT common::BinarySerializer& operator<<(common::BinarySerializer& out, const RfidTag& tag);

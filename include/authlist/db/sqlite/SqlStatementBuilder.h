@@ -30,7 +30,7 @@ using SqlValue = std::variant<std::monostate, int, std::string>;
 using SqlRow = std::vector<SqlValue>;
 using SqlRows = std::list<SqlRow>;
 
-/// The only place where SQL is written: prepares statements, runs scripts, turns rows back into cards.
+/// The only place where SQL about records is written: prepares statements, runs scripts, turns rows back into cards.
 ///
 /// Decides no policy. SQLite failures are the std::runtime_error of SqliteConnector::checkReturnStatement, or of
 /// executeQuery for scripts. It never locks its own mutex: the accessor's TransactionGuard does, around every write.
@@ -38,7 +38,8 @@ class ORU_AUTHLIST_EXPORT SqlStatementBuilder {
 public:
     explicit SqlStatementBuilder(std::shared_ptr<SqliteConnector> connector);
 
-    // Statements, prepared and bound. Building one throws std::bad_optional_access for a time that has no text.
+    // Statements, prepared and bound. Building one with a card throws std::invalid_argument for a
+    // status outside the enumeration.
 
     SqliteStatement getAllRecords() const;
     SqliteStatement getRecordById(unsigned id) const;

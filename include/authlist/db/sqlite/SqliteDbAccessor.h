@@ -20,10 +20,13 @@ namespace oru::kadi::authlist::db::sqlite {
 /// Every writing operation is one transaction under one mutex, so threads may share an accessor. A failing operation is
 /// not rolled back: what it had written before stays (a card whose second tag is refused keeps its first). Reads take
 /// no lock. Where a COMMIT and the ROLLBACK after it both fail, as they do on a full disk, the process ends.
-/// Failures are std::runtime_error with SQLite's code and message.
+/// Failures of SQLite are std::runtime_error with its code and message; rows that it cannot have written itself throw
+/// what SqlStatementBuilder::retrieveRfidCards does, and a card with a status outside the enumeration is refused with
+/// std::invalid_argument.
 class ORU_AUTHLIST_EXPORT SqliteDbAccessor : public IDbAccessor {
 public:
-    /// Opens the database or creates it, with its tables. Throws as SqliteConnector does.
+    /// Opens the database or creates it, with its tables and the index of their tags; an older list without the index
+    /// gets it. Throws as SqliteConnector does.
     explicit SqliteDbAccessor(const std::string& filename);
 
     /// An id that is in use is refused with "Cannot create new record in DB: 19SQL constraint violation".

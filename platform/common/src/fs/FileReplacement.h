@@ -11,8 +11,8 @@ namespace oru::common::fs {
 
 class MemoryBuffer;
 
-/// Gives the file at one path new content, durably. Failures are std::system_error; whatever fails, the file holds its
-/// old or its new content and nothing is left beside it.
+/// Gives the file at one path new content, durably. Failures are std::system_error. Whatever fails in an atomic
+/// replacement, the file holds its old or its new content and nothing is left beside it.
 class FileReplacement {
 public:
     /// Follows symbolic links at path once and for all.
