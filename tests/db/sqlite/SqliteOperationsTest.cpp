@@ -21,6 +21,7 @@
 #include "authlist/KeyHash.h"
 #include "authlist/db/sqlite/SqliteDbAccessor.h"
 #include "db/sqlite/AccessorFixture.h"
+#include "db/sqlite/OperationFixture.h"
 #include "support/CardFields.h"
 #include "support/Cards.h"
 #include "support/ConnectionSpy.h"
@@ -36,77 +37,16 @@
 namespace oru::kadi::authlist::db::sqlite {
 namespace {
 
-using test::cardWithKey;
+using test::cardWithId;
 using test::Database;
 using test::fieldsOf;
+using test::Operation;
+using test::operationsThat;
 using test::tagWithKey;
 using test::thrownBy;
+using test::sql::begin;
+using test::sql::commit;
 using testing::ElementsAre;
-
-struct Operation : test::NamedCase {
-    void (*run)(const IDbAccessor& accessor);
-    bool writes;
-    std::vector<std::string> statements;
-    bool hasVersion = true;
-};
-
-RfidCard cardWithId(unsigned id, const std::string& key) {
-    RfidCard card = cardWithKey(key);
-    card.id = id;
-    return card;
-}
-
-RfidCard firstCard() {
-    RfidCard card = cardWithId(1, "A");
-    card.tags.push_back(tagWithKey("B"));
-    return card;
-}
-
-RfidCard firstCardWithOtherTags() {
-    RfidCard card = firstCard();
-    card.tags = {tagWithKey("B"), tagWithKey("C")};
-    return card;
-}
-
-RfidCard blockedCard() {
-    RfidCard card = cardWithKey("X", RfidCardStatus::Blocked);
-    card.expiryDate = test::at(1000000000);
-    return card;
-}
-
-const std::string begin = "BEGIN TRANSACTION;";
-const std::string commit = "COMMIT;";
-
-std::string findCardId(const std::string& hash) {
-    return "SELECT DISTINCT rfid_card FROM rfid_tag WHERE hash = '" + hash + "';";
-}
-std::string readCard(const std::string& id) { return "SELECT * FROM rfid_card WHERE id=" + id; }
-std::string readTags(const std::string& id) { return "SELECT * FROM rfid_tag WHERE rfid_card=" + id; }
-std::string deleteCard(const std::string& id) { return "DELETE FROM rfid_card WHERE id = " + id + ";"; }
-
-const std::string cardValues =
-    "'Accepted', NULL, NULL, NULL, NULL, '2026-01-01T00:00:00Z', '2026-01-01T00:00:00Z', NULL);";
-
-std::string insertCard(const std::string& key) {
-    return "INSERT INTO rfid_card(description, rfid_card_status, expiry_date, parent_id, evse_id, extra_data, "
-           "last_access_time, last_modification_time, record_lifetime) VALUES('Card " +
-           key + "', " + cardValues;
-}
-std::string insertCard(const std::string& id, const std::string& key) {
-    return "INSERT INTO rfid_card(id, description, rfid_card_status, expiry_date, parent_id, evse_id, extra_data, "
-           "last_access_time, last_modification_time, record_lifetime) VALUES(" +
-           id + ", 'Card " + key + "', " + cardValues;
-}
-std::string insertTag(const std::string& card, const std::string& key) {
-    return "INSERT INTO rfid_tag(rfid_card, hash, key, extra_data) VALUES(" + card + ", '" + hashKey(key) + "', '" +
-           key + "', NULL);";
-}
-const std::string updateFirstCard =
-    "UPDATE rfid_card SET description = 'Card A', rfid_card_status = 'Accepted', expiry_date = NULL, "
-    "parent_id = NULL, evse_id = NULL, extra_data = NULL, last_access_time = '2026-01-01T00:00:00Z', "
-    "last_modification_time = '2026-01-01T00:00:00Z', record_lifetime = NULL WHERE id = 1;";
-
-const std::string countVersions = "SELECT COUNT(*) FROM metadata";
 
 // The time against which expiry dates are held is another one in each run.
 std::string withoutTheTime(std::string statement) {
@@ -116,169 +56,12 @@ std::string withoutTheTime(std::string statement) {
     return statement.replace(found + before.size(), std::strlen("2026-01-01T00:00:00Z"), "now");
 }
 
-// On a list that holds firstCard() and, as card 2, blockedCard() that expired in 2001; version 5 unless said otherwise.
-const std::vector<Operation> operations{
-    {{"CreateRecord"},
-     [](const auto& accessor) { accessor.createRecord(cardWithKey("N")); },
-     true,
-     {begin, insertCard("N"), "SELECT last_insert_rowid() FROM rfid_card", insertTag("3", "N"), commit}},
-    {{"CreateRecordWithId"},
-     [](const auto& accessor) { accessor.createRecord(cardWithId(9, "N")); },
-     true,
-     {begin, insertCard("9", "N"), insertTag("9", "N"), commit}},
-    {{"UpdateRecordWithTheSameTags"},
-     [](const auto& accessor) { accessor.updateRecord(firstCard()); },
-     true,
-     {readCard("1"), readTags("1"), begin, updateFirstCard, commit}},
-    {{"UpdateRecordWithOtherTags"},
-     [](const auto& accessor) { accessor.updateRecord(firstCardWithOtherTags()); },
-     true,
-     {readCard("1"), readTags("1"), begin, updateFirstCard, "DELETE FROM rfid_tag WHERE rfid_card = 1;",
-      insertTag("1", "B"), insertTag("1", "C"), commit}},
-    {{"UpdateRecordOfAnUnknownId"},
-     [](const auto& accessor) { accessor.updateRecord(cardWithId(40, "N")); },
-     true,
-     {readCard("40"), begin, insertCard("40", "N"), insertTag("40", "N"), commit}},
-    {{"ReadRecordByKey"},
-     [](const auto& accessor) { accessor.readRecord("B", KeyRepresentation::Key); },
-     false,
-     {findCardId(hashKey("B")), readCard("1"), readTags("1")}},
-    {{"ReadRecordByHash"},
-     [](const auto& accessor) { accessor.readRecord(hashKey("B"), KeyRepresentation::Hash); },
-     false,
-     {findCardId(hashKey("B")), readCard("1"), readTags("1")}},
-    {{"ReadRecordByAnUnknownHash"},
-     [](const auto& accessor) { accessor.readRecord("B", KeyRepresentation::Hash); },
-     false,
-     {findCardId("B")}},
-    {{"ReadRecordById"}, [](const auto& accessor) { accessor.readRecord(2); }, false, {readCard("2"), readTags("2")}},
-    {{"ReadRecordByAnUnknownId"}, [](const auto& accessor) { accessor.readRecord(3); }, false, {readCard("3")}},
-    {{"ReadRecordRange"},
-     [](const auto& accessor) {
-         accessor.readRecordRange(5, 0, SortingAndFilteringKey::Id, FilteringOperator::GreaterOrEqual, CardValue{1U},
-                                  SortingAndFilteringKey::Id, SortingOrder::Descending);
-     },
-     false,
-     {"SELECT * FROM rfid_card WHERE id >= 1 ORDER BY id DESC NULLS FIRST LIMIT 5 OFFSET 0", readTags("2"),
-      readTags("1")}},
-    {{"ReadAllRecords"},
-     [](const auto& accessor) { accessor.readAllRecords(); },
-     false,
-     {"SELECT * FROM rfid_card", readTags("1"), readTags("2")}},
-    {{"DeleteAllRecords"},
-     [](const auto& accessor) { accessor.deleteAllRecords(); },
-     true,
-     {begin, "DELETE FROM rfid_card;", commit}},
-    {{"DeleteRecordByKey"},
-     [](const auto& accessor) { accessor.deleteRecord("X", KeyRepresentation::Key); },
-     true,
-     {findCardId(hashKey("X")), begin, deleteCard("2"), commit}},
-    {{"DeleteRecordByHash"},
-     [](const auto& accessor) { accessor.deleteRecord(hashKey("X"), KeyRepresentation::Hash); },
-     true,
-     {findCardId(hashKey("X")), begin, deleteCard("2"), commit}},
-    {{"DeleteRecordByAnUnknownHash"},
-     [](const auto& accessor) { accessor.deleteRecord("X", KeyRepresentation::Hash); },
-     false,
-     {findCardId("X")}},
-    {{"DeleteRecordById"},
-     [](const auto& accessor) { accessor.deleteRecord(1); },
-     true,
-     {begin, deleteCard("1"), commit}},
-    {{"DeletePastExpiryDate"},
-     [](const auto& accessor) { accessor.deleteRecordCategory(RecordRemovalCategory::PastExpiryDate); },
-     true,
-     {begin, R"(DELETE FROM rfid_card WHERE expiry_date < 'now' AND expiry_date != "" RETURNING *;)", commit}},
-    {{"DeleteBlockedOrInvalid"},
-     [](const auto& accessor) { accessor.deleteRecordCategory(RecordRemovalCategory::BlockedOrInvalid); },
-     true,
-     {begin, R"(DELETE FROM rfid_card WHERE rfid_card_status = "Blocked" OR rfid_card_status = "Invalid" RETURNING *;)",
-      commit}},
-    {{"DeleteExpiredStatus"},
-     [](const auto& accessor) { accessor.deleteRecordCategory(RecordRemovalCategory::ExpiredStatus); },
-     true,
-     {begin, R"(DELETE FROM rfid_card WHERE rfid_card_status = "Expired" RETURNING *;)", commit}},
-    {{"DeleteOldestRecord"},
-     [](const auto& accessor) { accessor.deleteOldestRecord(); },
-     true,
-     {begin, "DELETE FROM rfid_card WHERE id IN(SELECT id FROM rfid_card ORDER BY last_modification_time ASC LIMIT 1);",
-      commit}},
-    {{"CountRecords"},
-     [](const auto& accessor) { accessor.countRecords(); },
-     false,
-     {"SELECT COUNT(id) FROM rfid_card"}},
-    {{"TagIsKnown"},
-     [](const auto& accessor) { accessor.tagIsKnown("aa"); },
-     false,
-     {"SELECT hash FROM rfid_tag WHERE hash = 'aa';"}},
-    {{"ReadVersion"}, [](const auto& accessor) { accessor.readVersion(); }, false, {"SELECT version FROM metadata;"}},
-    {{"UpdateVersion"},
-     [](const auto& accessor) { accessor.updateVersion(6); },
-     true,
-     {countVersions, begin, "UPDATE metadata SET version = 6;", commit}},
-    {{"UpdateVersionForTheFirstTime"},
-     [](const auto& accessor) { accessor.updateVersion(6); },
-     true,
-     {countVersions, begin, "INSERT INTO metadata(version) VALUES(6);", commit},
-     false},
-};
-
-class SqliteOperation : public test::AccessorFixture, public testing::WithParamInterface<Operation> {
-protected:
-    SqliteOperation() {
-        fill(*mAccessor);
-        std::filesystem::copy_file(mFile, mFilled);
-        mSpy.takeStatements();
-    }
-
-    static void fill(const IDbAccessor& accessor) {
-        accessor.createRecord(firstCard());
-        accessor.createRecord(blockedCard());
-        if (GetParam().hasVersion) accessor.updateVersion(5);
-    }
-
-    // Another accessor, on the list as it was filled.
-    void startOver() {
-        mAccessor.reset();
-        std::filesystem::copy_file(mFilled, mFile, std::filesystem::copy_options::overwrite_existing);
-        mAccessor = mSpy.watch([this] { return std::make_unique<SqliteDbAccessor>(mFile); });
-        test::spareTheDisk(connection());
-        mSpy.takeStatements();
-    }
-
-    // An accessor on a filled list of its own, for a forked process: no connection may be carried into one.
-    std::unique_ptr<SqliteDbAccessor> filledInChild(test::ConnectionSpy& spy) const {
-        auto accessor = spy.watch([this] { return std::make_unique<SqliteDbAccessor>(mFolder.file("child.db")); });
-        test::spareTheDisk(spy.connection());
-        fill(*accessor);
-        return accessor;
-    }
-
-    void run() const { GetParam().run(*mAccessor); }
-
-    // Everything that is stored, as another connection sees it.
-    Database::Rows everything() const {
-        Database::Rows all = committedRows("SELECT * FROM rfid_card");
-        for (const char* sql : {"SELECT * FROM rfid_tag ORDER BY id", "SELECT * FROM metadata"}) {
-            for (auto& row : committedRows(sql)) all.push_back(std::move(row));
-        }
-        return all;
-    }
-
-    const std::string mFilled = mFolder.file("filled.db");
-};
-
-std::vector<Operation> operationsThat(bool (*hold)(const Operation&)) {
-    std::vector<Operation> found;
-    std::copy_if(operations.begin(), operations.end(), std::back_inserter(found), hold);
-    return found;
-}
-
 bool write(const Operation& operation) { return operation.writes; }
 
-class SqliteWrite : public SqliteOperation {};
+class SqliteOperation : public test::OperationFixture {};
+class SqliteWrite : public test::OperationFixture {};
 
-INSTANTIATE_TEST_SUITE_P(All, SqliteOperation, testing::ValuesIn(operations), test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteOperation, testing::ValuesIn(test::operations), test::byName);
 INSTANTIATE_TEST_SUITE_P(All, SqliteWrite, testing::ValuesIn(operationsThat(write)), test::byName);
 
 TEST_P(SqliteOperation, RunsItsStatementsInTheirOrder) {
@@ -420,7 +203,7 @@ bool isAbout(const std::string& statement, int action, const std::string& table)
     return statement.starts_with(verb + table);
 }
 
-class SqlitePreparation : public SqliteOperation {
+class SqlitePreparation : public test::OperationFixture {
 protected:
     static const std::vector<std::string>& statements() { return GetParam().statements; }
 
@@ -481,8 +264,8 @@ TEST_P(SqliteBeginsBeforeItPrepares, EachStatementThatWrites) {
 
 // The order of finalizing and committing, which they do not show either.
 
-class SqliteFinalizesAfterItCommits : public SqliteOperation {};
-class SqliteFinalizesBeforeItCommits : public SqliteOperation {};
+class SqliteFinalizesAfterItCommits : public test::OperationFixture {};
+class SqliteFinalizesBeforeItCommits : public test::OperationFixture {};
 
 INSTANTIATE_TEST_SUITE_P(All, SqliteFinalizesAfterItCommits, testing::ValuesIn(operationsThat(writeOtherwise)),
                          test::byName);
@@ -506,8 +289,8 @@ class SqliteFinalizes : public test::AccessorFixture {};
 
 TEST_F(SqliteFinalizes, TheStatementOfATagBeforeThatOfTheNext) {
     const test::LiveStatementsWhenPreparing tags(connection(), SQLITE_INSERT, "rfid_tag");
-    mAccessor->createRecord(firstCard());
-    const std::vector<std::string> card{insertCard("1", "A")};
+    mAccessor->createRecord(test::firstCard());
+    const std::vector<std::string> card{test::sql::insertCard("1", "A")};
     EXPECT_THAT(tags.noted(), ElementsAre(card, card));
 }
 
