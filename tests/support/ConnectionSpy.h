@@ -13,6 +13,14 @@
 
 namespace oru::kadi::authlist::test {
 
+/// The statement trimmed and on one line with its parameters' values; empty while it is being prepared.
+inline std::string textWithValues(sqlite3_stmt* statement) {
+    char* sql = sqlite3_expanded_sql(statement);
+    const std::string text = squeezed(sql == nullptr ? "" : sql);
+    sqlite3_free(sql);
+    return text;
+}
+
 /// Gets hold of the connection that a part of the library opens for itself, and notes the statements that run on it.
 /// Must outlive that connection.
 class ConnectionSpy {
@@ -30,7 +38,7 @@ public:
 
     sqlite3* connection() const { return mConnection; }
 
-    /// The statements begun since the last call, in order, each trimmed and on one line with its parameters' values.
+    /// The statements begun since the last call, in order, as textWithValues gives them.
     std::vector<std::string> takeStatements() {
         const std::lock_guard lock(mMutex);
         return std::exchange(mStatements, {});
@@ -67,10 +75,9 @@ private:
     void note(sqlite3_stmt* statement) {
         // What a statement sets off (a cascading delete, RETURNING) is reported as the statement once more.
         if (sqlite3_stmt_status(statement, SQLITE_STMTSTATUS_RUN, 0) != 0) return;
-        char* sql = sqlite3_expanded_sql(statement);
+        const std::string text = textWithValues(statement);
         const std::lock_guard lock(mMutex);
-        mStatements.push_back(squeezed(sql == nullptr ? "" : sql));
-        sqlite3_free(sql);
+        mStatements.push_back(text);
     }
 
     static inline thread_local ConnectionSpy* sWatching = nullptr;
@@ -102,6 +109,34 @@ private:
 
     sqlite3* mDb;
     Refuses mRefuses;
+};
+
+/// While it lives, notes which statements are prepared and not yet finalized whenever the connection is about to
+/// prepare one of a kind: an authorizer action (SQLITE_TRANSACTION, ...) with what it is about. The connection has one
+/// authorizer only, so there may be no Refusal meanwhile.
+class LiveStatementsWhenPreparing {
+public:
+    LiveStatementsWhenPreparing(sqlite3* db, int action, const std::string& subject)
+        : mLookingOn(db, [=, this](int preparedAction, const std::string& preparedSubject) {
+              if (preparedAction == action && preparedSubject == subject) mNoted.push_back(liveOn(db));
+              return false;
+          }) {}
+
+    /// For each time the texts of those statements, the latest first; without the one that is being prepared.
+    const std::vector<std::vector<std::string>>& noted() const { return mNoted; }
+
+private:
+    static std::vector<std::string> liveOn(sqlite3* db) {
+        std::vector<std::string> texts;
+        for (sqlite3_stmt* each = sqlite3_next_stmt(db, nullptr); each != nullptr; each = sqlite3_next_stmt(db, each)) {
+            const std::string text = textWithValues(each);
+            if (!text.empty()) texts.push_back(text);
+        }
+        return texts;
+    }
+
+    std::vector<std::vector<std::string>> mNoted;
+    Refusal mLookingOn;
 };
 
 }  // namespace oru::kadi::authlist::test

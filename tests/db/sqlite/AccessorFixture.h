@@ -34,12 +34,13 @@ protected:
     /// Changes the database from another connection.
     void change(const std::string& script) const { Database(mFile).execute(script); }
 
-    /// A statement on the accessor's own connection.
-    db::sqlite::SqliteStatement prepared(const char* sql) const {
+    static db::sqlite::SqliteStatement prepared(sqlite3* db, const char* sql) {
         sqlite3_stmt* handle = nullptr;
-        EXPECT_EQ(sqlite3_prepare_v2(connection(), sql, -1, &handle, nullptr), SQLITE_OK);
+        EXPECT_EQ(sqlite3_prepare_v2(db, sql, -1, &handle, nullptr), SQLITE_OK);
         return db::sqlite::SqliteStatement(handle);
     }
+    /// A statement on the accessor's own connection.
+    db::sqlite::SqliteStatement prepared(const char* sql) const { return prepared(connection(), sql); }
 
     void reopen() {
         mAccessor.reset();

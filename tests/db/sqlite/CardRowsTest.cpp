@@ -12,6 +12,7 @@
 #include "db/sqlite/BuilderFixture.h"
 #include "support/CardFields.h"
 #include "support/Cards.h"
+#include "support/ConnectionSpy.h"
 #include "support/NamedCase.h"
 #include "support/ThrownBy.h"
 
@@ -97,6 +98,15 @@ TEST_F(FetchedRows, YieldNoIdFromAColumnThatIsNoInteger) {
         EXPECT_EQ(thrownBy([&] { mBuilder.retrieveRfidId(prepared("SELECT " + value)); }), wrongType) << value;
     }
     EXPECT_EQ(thrownBy([&] { mBuilder.retrieveRfidId(prepared("SELECT 7 UNION ALL SELECT 'x'")); }), wrongType);
+}
+
+TEST_F(FetchedRows, AreAllThereBeforeTheFirstYieldsItsId) {
+    mBuilder.executeQuery("CREATE TABLE t(a); INSERT INTO t VALUES(1)");
+    const SqliteStatement statement = prepared("SELECT 'x' UNION ALL SELECT abs(-9223372036854775807 - a) FROM t");
+    ASSERT_EQ(sqlite3_step(statement.get()), SQLITE_ROW);  // it is the second step that fails
+    ASSERT_EQ(sqlite3_reset(statement.get()), SQLITE_OK);
+    EXPECT_EQ(thrownBy([&] { mBuilder.retrieveRfidId(statement); }),
+              "std::runtime_error: Sqlite operation failed: 1=integer overflow\n");
 }
 
 // Tables of another writer, in which every column takes any value.
@@ -290,6 +300,26 @@ TEST_F(CardRow, IsOneOfSeveralInTheOrderOfTheStatement) {
     EXPECT_EQ(fieldsOf(read()), fieldsOf(std::vector{card(), second}));
     EXPECT_EQ(fieldsOf(mBuilder.retrieveRfidCards(prepared("SELECT * FROM rfid_card ORDER BY id DESC"))),
               fieldsOf(std::vector{second, card()}));
+}
+
+TEST_F(CardRow, IsConvertedOnlyWhenAllRowsAreThere) {
+    setCard("rfid_card_status", "'Lost'");
+    const SqliteStatement statement = prepared(
+        "SELECT * FROM rfid_card UNION ALL "
+        "SELECT abs(-9223372036854775807 - id), 2, 3, 4, 5, 6, 7, 8, 9, 10, 11 FROM rfid_card");
+    ASSERT_EQ(sqlite3_step(statement.get()), SQLITE_ROW);  // it is the second step that fails
+    ASSERT_EQ(sqlite3_reset(statement.get()), SQLITE_OK);
+    EXPECT_EQ(thrownBy([&] { mBuilder.retrieveRfidCards(statement); }),
+              "std::runtime_error: Sqlite operation failed: 1=integer overflow\n");
+}
+
+TEST_F(CardRow, LeavesNoStatementOfItsTagsToTheNextCard) {
+    mBuilder.executeQuery("INSERT INTO rfid_card SELECT * FROM rfid_card");
+    const test::LiveStatementsWhenPreparing queries(mConnector->getDb(), SQLITE_SELECT, "");
+    ASSERT_EQ(read().size(), 2U);
+    // The first query is the one for the cards, the others are those for the tags of each card.
+    const std::vector<std::string> cards{"SELECT * FROM rfid_card"};
+    EXPECT_THAT(queries.noted(), ElementsAre(IsEmpty(), cards, cards));
 }
 
 }  // namespace

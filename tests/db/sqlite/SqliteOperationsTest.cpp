@@ -5,19 +5,23 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "authlist/KeyHash.h"
 #include "authlist/db/sqlite/SqliteDbAccessor.h"
 #include "db/sqlite/AccessorFixture.h"
+#include "db/sqlite/OperationFixture.h"
 #include "support/CardFields.h"
 #include "support/Cards.h"
 #include "support/ConnectionSpy.h"
@@ -27,211 +31,44 @@
 #include "support/ThrownBy.h"
 
 // What holds for every operation of the accessor: which statements it runs in which order, that it leaves none of them
-// and no transaction behind whatever fails, what it does while others lock the database, whom it calls virtually.
+// and no transaction behind whatever fails, what it does while others lock the database, when it prepares and
+// finalizes, whom it calls virtually.
 
 namespace oru::kadi::authlist::db::sqlite {
 namespace {
 
-using test::cardWithKey;
+using test::cardWithId;
 using test::Database;
 using test::fieldsOf;
+using test::Operation;
+using test::operationsThat;
 using test::tagWithKey;
 using test::thrownBy;
+using test::sql::begin;
+using test::sql::commit;
+using testing::ElementsAre;
 
-struct Operation : test::NamedCase {
-    void (*run)(const IDbAccessor& accessor);
-    bool writes;
-    std::vector<std::string> statements;
-};
-
-RfidCard cardWithId(unsigned id, const std::string& key) {
-    RfidCard card = cardWithKey(key);
-    card.id = id;
-    return card;
+// The time against which expiry dates are held is another one in each run.
+std::string withoutTheTime(std::string statement) {
+    const std::string before = "WHERE expiry_date < '";
+    const auto found = statement.find(before);
+    if (found == std::string::npos) return statement;
+    return statement.replace(found + before.size(), std::strlen("2026-01-01T00:00:00Z"), "now");
 }
 
-RfidCard firstCard() {
-    RfidCard card = cardWithId(1, "A");
-    card.tags.push_back(tagWithKey("B"));
-    return card;
-}
+bool write(const Operation& operation) { return operation.writes; }
 
-RfidCard firstCardWithOtherTags() {
-    RfidCard card = firstCard();
-    card.tags = {tagWithKey("B"), tagWithKey("C")};
-    return card;
-}
+class SqliteOperation : public test::OperationFixture {};
+class SqliteWrite : public test::OperationFixture {};
 
-const std::string begin = "BEGIN TRANSACTION;";
-const std::string commit = "COMMIT;";
-
-std::string findCardId(const std::string& hash) {
-    return "SELECT DISTINCT rfid_card FROM rfid_tag WHERE hash = '" + hash + "';";
-}
-std::string readCard(const std::string& id) { return "SELECT * FROM rfid_card WHERE id=" + id; }
-std::string readTags(const std::string& id) { return "SELECT * FROM rfid_tag WHERE rfid_card=" + id; }
-std::string deleteCard(const std::string& id) { return "DELETE FROM rfid_card WHERE id = " + id + ";"; }
-
-const std::string cardValues =
-    "'Accepted', NULL, NULL, NULL, NULL, '2026-01-01T00:00:00Z', '2026-01-01T00:00:00Z', NULL);";
-
-std::string insertCard(const std::string& key) {
-    return "INSERT INTO rfid_card(description, rfid_card_status, expiry_date, parent_id, evse_id, extra_data, "
-           "last_access_time, last_modification_time, record_lifetime) VALUES('Card " +
-           key + "', " + cardValues;
-}
-std::string insertCard(const std::string& id, const std::string& key) {
-    return "INSERT INTO rfid_card(id, description, rfid_card_status, expiry_date, parent_id, evse_id, extra_data, "
-           "last_access_time, last_modification_time, record_lifetime) VALUES(" +
-           id + ", 'Card " + key + "', " + cardValues;
-}
-std::string insertTag(const std::string& card, const std::string& key) {
-    return "INSERT INTO rfid_tag(rfid_card, hash, key, extra_data) VALUES(" + card + ", '" + hashKey(key) + "', '" +
-           key + "', NULL);";
-}
-const std::string updateFirstCard =
-    "UPDATE rfid_card SET description = 'Card A', rfid_card_status = 'Accepted', expiry_date = NULL, "
-    "parent_id = NULL, evse_id = NULL, extra_data = NULL, last_access_time = '2026-01-01T00:00:00Z', "
-    "last_modification_time = '2026-01-01T00:00:00Z', record_lifetime = NULL WHERE id = 1;";
-
-// On a list that holds firstCard() and, as card 2, a blocked one with the key X; version 5.
-const std::vector<Operation> operations{
-    {{"CreateRecord"},
-     [](const auto& accessor) { accessor.createRecord(cardWithKey("N")); },
-     true,
-     {begin, insertCard("N"), "SELECT last_insert_rowid() FROM rfid_card", insertTag("3", "N"), commit}},
-    {{"CreateRecordWithId"},
-     [](const auto& accessor) { accessor.createRecord(cardWithId(9, "N")); },
-     true,
-     {begin, insertCard("9", "N"), insertTag("9", "N"), commit}},
-    {{"UpdateRecordWithTheSameTags"},
-     [](const auto& accessor) { accessor.updateRecord(firstCard()); },
-     true,
-     {readCard("1"), readTags("1"), begin, updateFirstCard, commit}},
-    {{"UpdateRecordWithOtherTags"},
-     [](const auto& accessor) { accessor.updateRecord(firstCardWithOtherTags()); },
-     true,
-     {readCard("1"), readTags("1"), begin, updateFirstCard, "DELETE FROM rfid_tag WHERE rfid_card = 1;",
-      insertTag("1", "B"), insertTag("1", "C"), commit}},
-    {{"UpdateRecordOfAnUnknownId"},
-     [](const auto& accessor) { accessor.updateRecord(cardWithId(40, "N")); },
-     true,
-     {readCard("40"), begin, insertCard("40", "N"), insertTag("40", "N"), commit}},
-    {{"ReadRecordByKey"},
-     [](const auto& accessor) { accessor.readRecord("B", KeyRepresentation::Key); },
-     false,
-     {findCardId(hashKey("B")), readCard("1"), readTags("1")}},
-    {{"ReadRecordByHash"},
-     [](const auto& accessor) { accessor.readRecord(hashKey("B"), KeyRepresentation::Hash); },
-     false,
-     {findCardId(hashKey("B")), readCard("1"), readTags("1")}},
-    {{"ReadRecordByAnUnknownHash"},
-     [](const auto& accessor) { accessor.readRecord("B", KeyRepresentation::Hash); },
-     false,
-     {findCardId("B")}},
-    {{"ReadRecordById"}, [](const auto& accessor) { accessor.readRecord(2); }, false, {readCard("2"), readTags("2")}},
-    {{"ReadRecordByAnUnknownId"}, [](const auto& accessor) { accessor.readRecord(3); }, false, {readCard("3")}},
-    {{"ReadRecordRange"},
-     [](const auto& accessor) {
-         accessor.readRecordRange(5, 0, SortingAndFilteringKey::Id, FilteringOperator::GreaterOrEqual, CardValue{1U},
-                                  SortingAndFilteringKey::Id, SortingOrder::Descending);
-     },
-     false,
-     {"SELECT * FROM rfid_card WHERE id >= 1 ORDER BY id DESC NULLS FIRST LIMIT 5 OFFSET 0", readTags("2"),
-      readTags("1")}},
-    {{"ReadAllRecords"},
-     [](const auto& accessor) { accessor.readAllRecords(); },
-     false,
-     {"SELECT * FROM rfid_card", readTags("1"), readTags("2")}},
-    {{"DeleteAllRecords"},
-     [](const auto& accessor) { accessor.deleteAllRecords(); },
-     true,
-     {begin, "DELETE FROM rfid_card;", commit}},
-    {{"DeleteRecordByKey"},
-     [](const auto& accessor) { accessor.deleteRecord("X", KeyRepresentation::Key); },
-     true,
-     {findCardId(hashKey("X")), begin, deleteCard("2"), commit}},
-    {{"DeleteRecordByHash"},
-     [](const auto& accessor) { accessor.deleteRecord(hashKey("X"), KeyRepresentation::Hash); },
-     true,
-     {findCardId(hashKey("X")), begin, deleteCard("2"), commit}},
-    {{"DeleteRecordByAnUnknownHash"},
-     [](const auto& accessor) { accessor.deleteRecord("X", KeyRepresentation::Hash); },
-     false,
-     {findCardId("X")}},
-    {{"DeleteRecordById"},
-     [](const auto& accessor) { accessor.deleteRecord(1); },
-     true,
-     {begin, deleteCard("1"), commit}},
-    {{"DeleteBlockedOrInvalid"},
-     [](const auto& accessor) { accessor.deleteRecordCategory(RecordRemovalCategory::BlockedOrInvalid); },
-     true,
-     {begin, R"(DELETE FROM rfid_card WHERE rfid_card_status = "Blocked" OR rfid_card_status = "Invalid" RETURNING *;)",
-      commit}},
-    {{"DeleteExpiredStatus"},
-     [](const auto& accessor) { accessor.deleteRecordCategory(RecordRemovalCategory::ExpiredStatus); },
-     true,
-     {begin, R"(DELETE FROM rfid_card WHERE rfid_card_status = "Expired" RETURNING *;)", commit}},
-    {{"DeleteOldestRecord"},
-     [](const auto& accessor) { accessor.deleteOldestRecord(); },
-     true,
-     {begin, "DELETE FROM rfid_card WHERE id IN(SELECT id FROM rfid_card ORDER BY last_modification_time ASC LIMIT 1);",
-      commit}},
-    {{"CountRecords"},
-     [](const auto& accessor) { accessor.countRecords(); },
-     false,
-     {"SELECT COUNT(id) FROM rfid_card"}},
-    {{"TagIsKnown"},
-     [](const auto& accessor) { accessor.tagIsKnown("aa"); },
-     false,
-     {"SELECT hash FROM rfid_tag WHERE hash = 'aa';"}},
-    {{"ReadVersion"}, [](const auto& accessor) { accessor.readVersion(); }, false, {"SELECT version FROM metadata;"}},
-    {{"UpdateVersion"},
-     [](const auto& accessor) { accessor.updateVersion(6); },
-     true,
-     {"SELECT COUNT(*) FROM metadata", begin, "UPDATE metadata SET version = 6;", commit}},
-};
-
-class SqliteOperation : public test::AccessorFixture, public testing::WithParamInterface<Operation> {
-protected:
-    SqliteOperation() {
-        fill(*mAccessor);
-        mSpy.takeStatements();
-    }
-
-    static void fill(const IDbAccessor& accessor) {
-        accessor.createRecord(firstCard());
-        accessor.createRecord(cardWithKey("X", RfidCardStatus::Blocked));
-        accessor.updateVersion(5);
-    }
-
-    void run() const { GetParam().run(*mAccessor); }
-
-    // Everything that is stored, as another connection sees it.
-    Database::Rows everything() const {
-        Database::Rows all = committedRows("SELECT * FROM rfid_card");
-        for (const char* sql : {"SELECT * FROM rfid_tag ORDER BY id", "SELECT * FROM metadata"}) {
-            for (auto& row : committedRows(sql)) all.push_back(std::move(row));
-        }
-        return all;
-    }
-};
-
-class SqliteWrite : public SqliteOperation {};
-
-std::vector<Operation> writingOperations() {
-    std::vector<Operation> writing;
-    std::copy_if(operations.begin(), operations.end(), std::back_inserter(writing),
-                 [](const Operation& operation) { return operation.writes; });
-    return writing;
-}
-
-INSTANTIATE_TEST_SUITE_P(All, SqliteOperation, testing::ValuesIn(operations), test::byName);
-INSTANTIATE_TEST_SUITE_P(All, SqliteWrite, testing::ValuesIn(writingOperations()), test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteOperation, testing::ValuesIn(test::operations), test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteWrite, testing::ValuesIn(operationsThat(write)), test::byName);
 
 TEST_P(SqliteOperation, RunsItsStatementsInTheirOrder) {
     run();
-    EXPECT_EQ(mSpy.takeStatements(), GetParam().statements);
+    std::vector<std::string> ran = mSpy.takeStatements();
+    std::transform(ran.begin(), ran.end(), ran.begin(), withoutTheTime);
+    EXPECT_EQ(ran, GetParam().statements);
 }
 
 TEST_P(SqliteOperation, LeavesNoStatementAndNoTransactionBehind) {
@@ -242,14 +79,8 @@ TEST_P(SqliteOperation, LeavesNoStatementAndNoTransactionBehind) {
 
 // SQLite asks before it prepares each part of a statement; here one answer after the other is no.
 TEST_P(SqliteOperation, LeavesNoStatementAndNoTransactionBehindWhereverItIsRefused) {
-    mAccessor.reset();
-    const std::string filled = mFolder.file("filled.db");
-    std::filesystem::rename(mFile, filled);
     for (int refused = 0;; ++refused) {
-        mAccessor.reset();
-        std::filesystem::copy_file(filled, mFile, std::filesystem::copy_options::overwrite_existing);
-        mAccessor = mSpy.watch([this] { return std::make_unique<SqliteDbAccessor>(mFile); });
-        test::spareTheDisk(connection());
+        startOver();
         int asked = 0;
         std::string outcome;
         {
@@ -345,9 +176,7 @@ TEST_P(SqliteWrite, EndsTheProcessWhenNeitherCommitNorRollbackWorks) {
             std::abort();
         });
         test::ConnectionSpy spy;
-        const auto accessor =
-            spy.watch([this] { return std::make_unique<SqliteDbAccessor>(mFolder.file("child.db")); });
-        fill(*accessor);
+        const auto accessor = filledInChild(spy);
         const test::Refusal refusal(spy.connection(), [](int action, const std::string& subject) {
             return action == SQLITE_TRANSACTION && subject != "BEGIN";
         });
@@ -359,12 +188,43 @@ TEST_P(SqliteWrite, EndsTheProcessWhenNeitherCommitNorRollbackWorks) {
 
 // The order of preparing and beginning, which the statements that run do not show.
 
-class SqlitePreparation : public SqliteOperation {
+bool storeACard(const Operation& operation) {
+    const std::string_view name = operation.name;
+    return name.starts_with("CreateRecord") || name.starts_with("UpdateRecord");
+}
+bool writeOtherwise(const Operation& operation) { return operation.writes && !storeACard(operation); }
+
+bool isToWrite(int action) { return action == SQLITE_INSERT || action == SQLITE_UPDATE || action == SQLITE_DELETE; }
+
+// Whether this is what SQLite asks before it prepares the statement.
+bool isAbout(const std::string& statement, int action, const std::string& table) {
+    if (!isToWrite(action)) return false;
+    const char* verb = action == SQLITE_INSERT ? "INSERT INTO " : action == SQLITE_UPDATE ? "UPDATE " : "DELETE FROM ";
+    return statement.starts_with(verb + table);
+}
+
+class SqlitePreparation : public test::OperationFixture {
 protected:
-    // The statements that run when preparing to write to this table is refused.
-    std::vector<std::string> statementsWhenRefused(int action, const std::string& table) {
-        const test::Refusal refusal(connection(), [=](int refusedAction, const std::string& subject) {
-            return refusedAction == action && subject == table;
+    static const std::vector<std::string>& statements() { return GetParam().statements; }
+
+    static std::size_t indexOf(const std::string& statement) {
+        const auto found = std::find(statements().begin(), statements().end(), statement);
+        return static_cast<std::size_t>(found - statements().begin());
+    }
+
+    static std::vector<std::string> statementsBefore(std::size_t index) {
+        return {statements().begin(), statements().begin() + static_cast<std::ptrdiff_t>(index)};
+    }
+
+    // The statements that run when preparing this one is refused.
+    std::vector<std::string> statementsWhenRefused(std::size_t index) {
+        const std::string statement = statements()[index];
+        const std::string opening = statement.substr(0, statement.find('('));
+        const std::vector<std::string> earlier = statementsBefore(index);
+        auto alike = std::count_if(earlier.begin(), earlier.end(),
+                                   [&](const std::string& each) { return each.starts_with(opening); });
+        const test::Refusal refusal(connection(), [&](int action, const std::string& table) {
+            return isAbout(statement, action, table) && alike-- == 0;
         });
         EXPECT_EQ(thrownBy([&] { run(); }), "std::runtime_error: Sqlite operation failed: 23=not authorized\n");
         return mSpy.takeStatements();
@@ -374,30 +234,64 @@ protected:
 class SqlitePreparesBeforeItBegins : public SqlitePreparation {};
 class SqliteBeginsBeforeItPrepares : public SqlitePreparation {};
 
-std::vector<Operation> operationsNamed(const std::vector<std::string>& names) {
-    std::vector<Operation> found;
-    for (const std::string& name : names) {
-        for (const Operation& operation : operations) {
-            if (operation.name == name) found.push_back(operation);
-        }
-    }
-    return found;
-}
-
-INSTANTIATE_TEST_SUITE_P(Deletions, SqlitePreparesBeforeItBegins,
-                         testing::ValuesIn(operationsNamed({"DeleteAllRecords", "DeleteRecordById",
-                                                            "DeleteBlockedOrInvalid", "DeleteExpiredStatus",
-                                                            "DeleteOldestRecord"})),
+INSTANTIATE_TEST_SUITE_P(All, SqlitePreparesBeforeItBegins, testing::ValuesIn(operationsThat(writeOtherwise)),
                          test::byName);
-INSTANTIATE_TEST_SUITE_P(Insertions, SqliteBeginsBeforeItPrepares,
-                         testing::ValuesIn(operationsNamed({"CreateRecord", "CreateRecordWithId"})), test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteBeginsBeforeItPrepares, testing::ValuesIn(operationsThat(storeACard)),
+                         test::byName);
 
-TEST_P(SqlitePreparesBeforeItBegins, TheStatementThatDeletes) {
-    EXPECT_THAT(statementsWhenRefused(SQLITE_DELETE, "rfid_card"), testing::IsEmpty());
+TEST_P(SqlitePreparesBeforeItBegins, TheStatementThatWrites) {
+    const std::size_t beginning = indexOf(begin);
+    EXPECT_EQ(statementsWhenRefused(beginning + 1), statementsBefore(beginning));
 }
 
-TEST_P(SqliteBeginsBeforeItPrepares, TheStatementThatInserts) {
-    EXPECT_THAT(statementsWhenRefused(SQLITE_INSERT, "rfid_card"), testing::ElementsAre(begin, commit));
+// The time against which expiry dates are held is bound like any other value: it has been read by then.
+TEST_P(SqlitePreparesBeforeItBegins, AStatementWithAllItsValues) {
+    const test::LiveStatementsWhenPreparing beginning(connection(), SQLITE_TRANSACTION, "BEGIN");
+    run();
+    const std::string written = mSpy.takeStatements().at(indexOf(begin) + 1);
+    EXPECT_THAT(beginning.noted(), ElementsAre(ElementsAre(written)));
+}
+
+TEST_P(SqliteBeginsBeforeItPrepares, EachStatementThatWrites) {
+    for (std::size_t index = indexOf(begin) + 1; statements()[index] != commit; ++index) {
+        if (statements()[index].starts_with("SELECT")) continue;
+        startOver();
+        std::vector<std::string> expected = statementsBefore(index);
+        expected.push_back(commit);
+        EXPECT_EQ(statementsWhenRefused(index), expected);
+    }
+}
+
+// The order of finalizing and committing, which they do not show either.
+
+class SqliteFinalizesAfterItCommits : public test::OperationFixture {};
+class SqliteFinalizesBeforeItCommits : public test::OperationFixture {};
+
+INSTANTIATE_TEST_SUITE_P(All, SqliteFinalizesAfterItCommits, testing::ValuesIn(operationsThat(writeOtherwise)),
+                         test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteFinalizesBeforeItCommits, testing::ValuesIn(operationsThat(storeACard)),
+                         test::byName);
+
+TEST_P(SqliteFinalizesAfterItCommits, TheStatementThatWrote) {
+    const test::LiveStatementsWhenPreparing committing(connection(), SQLITE_TRANSACTION, "COMMIT");
+    run();
+    const std::vector<std::string> ran = mSpy.takeStatements();
+    EXPECT_THAT(committing.noted(), ElementsAre(ElementsAre(ran.at(ran.size() - 2))));
+}
+
+TEST_P(SqliteFinalizesBeforeItCommits, EveryStatement) {
+    const test::LiveStatementsWhenPreparing committing(connection(), SQLITE_TRANSACTION, "COMMIT");
+    run();
+    EXPECT_THAT(committing.noted(), ElementsAre(testing::IsEmpty()));
+}
+
+class SqliteFinalizes : public test::AccessorFixture {};
+
+TEST_F(SqliteFinalizes, TheStatementOfATagBeforeThatOfTheNext) {
+    const test::LiveStatementsWhenPreparing tags(connection(), SQLITE_INSERT, "rfid_tag");
+    mAccessor->createRecord(test::firstCard());
+    const std::vector<std::string> card{test::sql::insertCard("1", "A")};
+    EXPECT_THAT(tags.noted(), ElementsAre(card, card));
 }
 
 // Calls through the interface
@@ -437,7 +331,7 @@ protected:
 
 TEST_F(SqliteVirtualCalls, UpdateReadsTheStoredCardAndCreatesAnUnknownOne) {
     EXPECT_EQ(mRecording.updateRecord(cardWithId(5, "A")), 77U);
-    EXPECT_THAT(mRecording.takeCalls(), testing::ElementsAre("readRecord 5", "createRecord 5"));
+    EXPECT_THAT(mRecording.takeCalls(), ElementsAre("readRecord 5", "createRecord 5"));
 }
 
 TEST_F(SqliteVirtualCalls, UpdateComparesWithTheTagsOfTheCardThatItRead) {
@@ -448,7 +342,7 @@ TEST_F(SqliteVirtualCalls, UpdateComparesWithTheTagsOfTheCardThatItRead) {
     mRecording.mAnswer->tags = {tagWithKey("A")};
     EXPECT_EQ(mRecording.updateRecord(cardWithId(5, "A")), 5U);
     EXPECT_EQ(committed("SELECT id FROM rfid_tag"), "2");
-    EXPECT_THAT(mRecording.takeCalls(), testing::ElementsAre("readRecord 5", "readRecord 5"));
+    EXPECT_THAT(mRecording.takeCalls(), ElementsAre("readRecord 5", "readRecord 5"));
 }
 
 TEST_F(SqliteVirtualCalls, ReadByKeyReadsById) {
@@ -456,14 +350,14 @@ TEST_F(SqliteVirtualCalls, ReadByKeyReadsById) {
     EXPECT_EQ(fieldsOf(mRecording.readRecord("A", KeyRepresentation::Key).value()), fieldsOf(cardWithId(9, "B")));
     mRecording.readRecord(hashKey("A"), KeyRepresentation::Hash);
     mRecording.readRecord("unknown", KeyRepresentation::Key);
-    EXPECT_THAT(mRecording.takeCalls(), testing::ElementsAre("readRecord 5", "readRecord 5"));
+    EXPECT_THAT(mRecording.takeCalls(), ElementsAre("readRecord 5", "readRecord 5"));
 }
 
 TEST_F(SqliteVirtualCalls, DeleteByKeyDeletesById) {
     mRecording.deleteRecord("A", KeyRepresentation::Key);
     mRecording.deleteRecord(hashKey("A"), KeyRepresentation::Hash);
     mRecording.deleteRecord("unknown", KeyRepresentation::Key);
-    EXPECT_THAT(mRecording.takeCalls(), testing::ElementsAre("deleteRecord 5", "deleteRecord 5"));
+    EXPECT_THAT(mRecording.takeCalls(), ElementsAre("deleteRecord 5", "deleteRecord 5"));
 }
 
 }  // namespace

@@ -2,7 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -16,9 +18,14 @@
 #include "authlist/db/sqlite/SqlStatementBuilder.h"
 #include "authlist/db/sqlite/SqliteConnector.h"
 #include "authlist/db/sqlite/SqliteDbAccessor.h"
+#include "authlist/db/sqlite/SqliteStatement.h"
 #include "db/sqlite/AccessorFixture.h"
+#include "db/sqlite/OperationFixture.h"
 #include "support/CardFields.h"
 #include "support/Cards.h"
+#include "support/ConnectionSpy.h"
+#include "support/ForkedProcess.h"
+#include "support/NamedCase.h"
 #include "support/ThrownBy.h"
 
 namespace oru::kadi::authlist::db::sqlite {
@@ -26,6 +33,7 @@ namespace {
 
 using test::cardWithKey;
 using test::fieldsOf;
+using test::Operation;
 using test::tagWithKey;
 using test::thrownBy;
 
@@ -171,6 +179,65 @@ TEST_F(SharedSqliteBackend, CannotReadAVersionThatTwoWroteFirstAtTheSameTime) {
     EXPECT_EQ(committed("SELECT COUNT(*) FROM metadata"), "2");
     EXPECT_EQ(thrownBy([&] { mAccessor->readVersion(); }),
               "std::runtime_error: Sqlite operation failed: 100=another row available\n");
+}
+
+// Who takes the lock. It is not recursive: whoever asks for it on the thread that writes waits for ever.
+
+class SqliteWithinAWrite : public test::OperationFixture {
+protected:
+    // What comes of the operation, while SQLite refuses this, when an SQL function calls it within a statement that the
+    // accessor performs. In a process of its own, which a signal ends when it waits.
+    std::string outcomeWithinAWrite(const test::Refusal::Refuses& refuses) const {
+        const test::ForkedRun run = test::runForked([&](const test::Reporter& report) {
+            alarm(30);
+            test::ConnectionSpy spy;
+            const auto accessor = filledInChild(spy);
+            std::function<void()> operation = [&] {
+                const test::Refusal refusal(spy.connection(), refuses);
+                report(thrownBy([&] { GetParam().run(*accessor); }));
+            };
+            sqlite3_create_function(spy.connection(), "operation", 0, SQLITE_UTF8, &operation, call, nullptr, nullptr);
+            const SqliteStatement write =
+                prepared(spy.connection(), "DELETE FROM rfid_card WHERE id = 1 AND operation()");
+            accessor->performNonReturningStatement(write.get());
+        });
+        EXPECT_TRUE(run.finished()) << run.status;
+        return run.report;
+    }
+
+private:
+    static void call(sqlite3_context* context, int /*count*/, sqlite3_value** /*arguments*/) {
+        (*static_cast<std::function<void()>*>(sqlite3_user_data(context)))();
+        sqlite3_result_int(context, 0);
+    }
+};
+
+class SqliteReadWithinAWrite : public SqliteWithinAWrite {};
+class SqliteWriteWithinAWrite : public SqliteWithinAWrite {};
+
+bool onlyRead(const Operation& operation) { return !operation.writes; }
+
+// What creates a card has nothing to do before it takes the lock.
+bool writeButCreateNoCard(const Operation& operation) {
+    return operation.writes && std::none_of(operation.statements.begin(), operation.statements.end(),
+                                            [](const auto& each) { return each.starts_with("INSERT INTO rfid_card"); });
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SqliteReadWithinAWrite, testing::ValuesIn(test::operationsThat(onlyRead)), test::byName);
+INSTANTIATE_TEST_SUITE_P(All, SqliteWriteWithinAWrite, testing::ValuesIn(test::operationsThat(writeButCreateNoCard)),
+                         test::byName);
+
+TEST_P(SqliteReadWithinAWrite, TakesNoLock) {
+    EXPECT_EQ(outcomeWithinAWrite([](int, const std::string&) { return false; }), "nothing");
+}
+
+// What it prepares last before its transaction is refused, so that it does not come to the lock.
+TEST_P(SqliteWriteWithinAWrite, TakesNoLockForWhatPrecedesItsTransaction) {
+    const auto refuses = [](int action, const std::string& table) {
+        const bool isToWrite = action == SQLITE_INSERT || action == SQLITE_UPDATE || action == SQLITE_DELETE;
+        return isToWrite || (action == SQLITE_READ && table == "rfid_tag");
+    };
+    EXPECT_THAT(outcomeWithinAWrite(refuses), testing::StartsWith("std::runtime_error: Sqlite operation failed: 23="));
 }
 
 }  // namespace
