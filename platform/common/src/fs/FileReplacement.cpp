@@ -124,7 +124,7 @@ void FileReplacement::removeLeftovers() const {
 
 void FileReplacement::replace(const MemoryBuffer& bytes) const {
     UnfinishedFile unfinished(mPath.parent_path() / (leftoverPrefix() + uniqueSuffix()));
-    FileDescriptor file(unfinished.path(), O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW, mPermissions);
+    FileDescriptor file(unfinished.path(), O_WRONLY | O_CREAT | O_EXCL, mPermissions);
     if (fchmod(file.get(), mPermissions) != 0) throwErrno("fchmod", unfinished.path());
     writeAndClose(file, bytes);
     unfinished.renameTo(mPath.string());

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstddef>
+#include <fstream>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -323,6 +324,25 @@ TEST(WriteFaults, AreTriedAtEveryKindOfCall) {
                                  "fchmod the new file", "write the new file", "fsync the new file",
                                  "close the new file", "rename the new file to list", "open the folder",
                                  "fsync the folder", "close the folder", "unlink the new file"));
+}
+
+// Whoever else may write in the folder may guess the name of the new file, and read what is written there.
+TEST(AFileInPlaceOfTheNewOne, GetsNothingOfTheList) {
+    const OldList list(plain);
+    std::fstream foreign;
+    const FileCallWatch watch(list.folder(), [&](const FileCall& call) {
+        if (call.toWrite && !foreign.is_open()) {
+            foreign.open(list.folder() + "/" + call.name, std::ios::in | std::ios::out | std::ios::trunc);
+        }
+        return Verdict{};
+    });
+    {
+        const auto files = changed(list, plain);
+        EXPECT_TRUE(eventually([&list] { return list.kind() == "new list"; }));
+    }
+    ASSERT_TRUE(foreign.is_open());
+    EXPECT_EQ(foreign.peek(), std::fstream::traits_type::eof());
+    EXPECT_THAT(list.leftovers(), IsEmpty());
 }
 
 class AFolder : public testing::TestWithParam<Fault> {};
