@@ -270,7 +270,7 @@ TEST_P(Owners, AreNotLockedOutOfAListByAnotherUserOfTheFolder) {
     const std::vector<std::string> names = namesIn(mFolder.path());
     {
         const AsOtherUser user;
-        if (runTool({"--version"}).exitStatus == 127) GTEST_SKIP() << "The tool is out of another user's reach";
+        if (runTool({"--version"}).exitStatus != 0) GTEST_SKIP() << "The tool is out of another user's reach";
         expectSuccess(tool({"count"}));
         for (const Arguments& command :
              {Arguments{"add", "NEW-KEY"}, Arguments{"update", "--id", "1", "--evse", "2"},
