@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "authlist/CsvExchange.h"
 #include "authlist/JsonExchange.h"
 #include "authlist/KeyHash.h"
 #include "oru/common/lwjson/Deserializer.h"
@@ -227,6 +228,16 @@ TEST(JsonRoundTrip, KeepsEveryCharacterOfTexts) {
     card.description = everything;
     card.parentId = everything + everything;
     EXPECT_EQ(fieldsOf(roundTrip({card})), fieldsOf(std::vector<RfidCard>{card}));
+}
+
+// The one status that OCPP does not know.
+TEST(OperatorStatus, IsAcceptedAndProducedLikeTheOthersOnPurpose) {
+    RfidCard card = cardWithKey("k");
+    card.status = RfidCardStatus::Operator;
+    EXPECT_THAT(serializeRfidsAsJson({card}, std::nullopt), testing::HasSubstr(R"("status":"Operator")"));
+    EXPECT_EQ(roundTrip({card}).at(0).status, RfidCardStatus::Operator);
+    EXPECT_THAT(serializeRfidsAsCsv({card}), testing::HasSubstr(",Operator,"));
+    EXPECT_EQ(deserializeRfidsFromCsv(serializeRfidsAsCsv({card})).at(0).status, RfidCardStatus::Operator);
 }
 
 TEST(JsonRoundTrip, ReplacesBytesThatAreNotUtf8) {
