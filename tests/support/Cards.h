@@ -33,6 +33,13 @@ inline RfidCard cardWithKey(const std::string& key, RfidCardStatus status) {
     return card;
 }
 
+/// The same with an id.
+inline RfidCard cardWithId(unsigned id, const std::string& key) {
+    RfidCard card = cardWithKey(key);
+    card.id = id;
+    return card;
+}
+
 /// An accepted card as an application makes it, for the manager: no hash, no times.
 inline RfidCard newCard(const std::string& key) {
     RfidCard card;

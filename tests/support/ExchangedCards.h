@@ -9,12 +9,6 @@
 
 namespace oru::kadi::authlist::test {
 
-inline RfidCard cardWithId(unsigned id, const std::string& key) {
-    RfidCard card = cardWithKey(key);
-    card.id = id;
-    return card;
-}
-
 /// Card 70 with every field set, and two tags of which the second has no key.
 inline RfidCard fullCard() {
     RfidCard card = cardWithId(70, "04A2B3");

@@ -30,12 +30,6 @@ struct Operation : NamedCase {
     bool hasVersion = true;               ///< of that list
 };
 
-inline RfidCard cardWithId(unsigned id, const std::string& key) {
-    RfidCard card = cardWithKey(key);
-    card.id = id;
-    return card;
-}
-
 inline RfidCard firstCard() {
     RfidCard card = cardWithId(1, "A");
     card.tags.push_back(tagWithKey("B"));

@@ -38,8 +38,8 @@ class ORU_AUTHLIST_EXPORT SqlStatementBuilder {
 public:
     explicit SqlStatementBuilder(std::shared_ptr<SqliteConnector> connector);
 
-    // Statements, prepared and bound. Building one with a card throws std::invalid_argument for a
-    // status outside the enumeration.
+    // Statements, prepared and bound. Building one with a card throws std::invalid_argument for a status
+    // outside the enumeration.
 
     SqliteStatement getAllRecords() const;
     SqliteStatement getRecordById(unsigned id) const;

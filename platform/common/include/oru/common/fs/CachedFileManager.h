@@ -21,10 +21,10 @@ class CachedFile;
 ///
 /// Writing starts half the delay after the first possible change and so is done within the delay, however steady the
 /// traffic, on any disk that takes a file in the other half. The object is locked only while it is serialized into
-/// memory, not while the disk works. Bytes that the file holds already are not written again. A failed write
-/// is tried again after the delay (at least 100 ms) and the change stays pending; a replacement that fails leaves the
-/// old file as it is. The destructor
-/// writes what is pending, once, and joins the threads; only what that last attempt cannot write is lost.
+/// memory, not while the disk works. Bytes that the file holds already are not written again. A failed write is
+/// tried again after the delay (at least 100 ms) and the change stays pending; a replacement that fails leaves the old
+/// file as it is. The destructor writes what is pending, once, and joins the threads; only what that last attempt
+/// cannot write is lost.
 ///
 /// add must not run beside other calls; getHandler and the handlers may be used from any thread.
 class ORU_COMMON_EXPORT CachedFileManager {
